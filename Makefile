@@ -1,0 +1,42 @@
+# The two commands: `make demo` runs the main job on a built-in sample, `make test` builds and passes every test
+# (a Release build and an AddressSanitizer + UndefinedBehaviorSanitizer build). Both install what they need.
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE_COMMON = -G Ninja -DVORN_FAULT_INJECTION=ON
+CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
+
+.PHONY: all deps test test-release test-asan demo bench clean
+
+all: build/release/build.ninja
+	cmake --build build/release -j $(JOBS)
+
+deps:
+	@scripts/deps.sh test
+
+build/release/build.ninja: | deps
+	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
+
+build/asan/build.ninja: | deps
+	cmake -S . -B build/asan $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORN_SANITIZE=ON
+
+test-release: build/release/build.ninja
+	cmake --build build/release -j $(JOBS)
+	cd build/release && $(CTEST)
+
+test-asan: build/asan/build.ninja
+	cmake --build build/asan -j $(JOBS)
+	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 $(CTEST)
+
+test: test-release test-asan
+
+demo: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target bitmap_roundtrip
+	cd build/release && ./examples/bitmap_roundtrip vorn_demo.bmp
+
+bench:
+	@scripts/deps.sh bench
+	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON -DVORN_BUILD_TESTS=OFF
+	cmake --build build/bench -j $(JOBS)
+	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
+
+clean:
+	rm -rf build

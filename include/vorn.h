@@ -1,0 +1,13 @@
+/* vorn.h: the whole VORNBaseLib interface.
+ *
+ * A flat C interface of plain functions over plain records and opaque handles. Every facility is created by a
+ * *_create or *_alloc call, driven once per frame, queried with *_get_* calls and released with *_destroy or
+ * *_free (which accept NULL). Operations return a vorn_result (VORN_OK on success). */
+#ifndef VORN_H
+#define VORN_H
+
+#include "vorn_core.h"
+#include "vorn_image.h"
+#include "vorn_matrix.h"
+
+#endif /* VORN_H */

@@ -1,0 +1,23 @@
+#!/bin/sh
+# Installs the Debian packages the build needs, only those missing. Usage: scripts/deps.sh [test|bench|tools]...
+set -eu
+pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
+for what in "$@"; do
+  case "$what" in
+    test) ;;
+    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    *) echo "deps.sh: unknown set '$what'" >&2; exit 2 ;;
+  esac
+done
+missing=""
+for p in $pkgs; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
+done
+[ -z "$missing" ] && exit 0
+echo "deps.sh: installing$missing"
+SUDO=""
+[ "$(id -u)" -ne 0 ] && SUDO="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends $missing
