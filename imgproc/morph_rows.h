@@ -31,10 +31,16 @@ struct MorphRowKernels {
   void (*count_add16)(const uint8_t *add, uint16_t *c, uint32_t w);
   void (*count_update8)(const uint8_t *add, const uint8_t *sub, uint8_t *c, uint32_t w);
   void (*count_update16)(const uint8_t *add, const uint8_t *sub, uint16_t *c, uint32_t w);
-  // acc[i] += c[i + s], i < n (8-bit sums; the caller keeps them below 256).
-  void (*sum_shift8)(const uint8_t *c, uint8_t *acc, uint32_t n, uint32_t s);
-  // dst[i] = mask[i] && acc[i] >= k ? 255 : 0, i < n.
+  // Window sums by doubling, in 8 or 16 bits (the caller keeps the sums below 2^8 / 2^16):
+  // out[i] = a[i] + a[i + s];  acc[i] += a[i + s];  dst[i] = mask[i] && acc[i] >= k ? 255 : 0;  i < n.
+  void (*add_shift8)(const uint8_t *a, uint8_t *out, uint32_t n, uint32_t s);
+  void (*add_shift16)(const uint16_t *a, uint16_t *out, uint32_t n, uint32_t s);
+  void (*acc_shift8)(const uint8_t *a, uint8_t *acc, uint32_t n, uint32_t s);
+  void (*acc_shift16)(const uint16_t *a, uint16_t *acc, uint32_t n, uint32_t s);
   void (*ge_masked8)(const uint8_t *acc, const uint8_t *mask, uint8_t *dst, uint32_t n, uint8_t k);
+  void (*ge_masked16)(const uint16_t *acc, const uint8_t *mask, uint8_t *dst, uint32_t n, uint16_t k);
+  // out[i] = c[i], widened.
+  void (*widen8)(const uint8_t *c, uint16_t *out, uint32_t n);
 };
 
 extern const MorphRowKernels morph_rows_c;

@@ -70,21 +70,34 @@ void count_update_row(const uint8_t *__restrict add, const uint8_t *__restrict s
   for (uint32_t i = 0; i < w; ++i) c[i] = (T)(c[i] + (T)(add[i] != 0) - (T)(sub[i] != 0));
 }
 
-void sum_shift8_row(const uint8_t *__restrict c, uint8_t *__restrict acc, uint32_t n, uint32_t s) {
-  const uint8_t *__restrict b = c + s;
-  for (uint32_t i = 0; i < n; ++i) acc[i] = (uint8_t)(acc[i] + b[i]);
+template <class T>
+void add_shift_row(const T *__restrict a, T *__restrict out, uint32_t n, uint32_t s) {
+  const T *__restrict b = a + s;
+  for (uint32_t i = 0; i < n; ++i) out[i] = (T)(a[i] + b[i]);
 }
 
-void ge_masked8_row(const uint8_t *__restrict acc, const uint8_t *__restrict mask, uint8_t *__restrict dst,
-                    uint32_t n, uint8_t k) {
+template <class T>
+void acc_shift_row(const T *__restrict a, T *__restrict acc, uint32_t n, uint32_t s) {
+  const T *__restrict b = a + s;
+  for (uint32_t i = 0; i < n; ++i) acc[i] = (T)(acc[i] + b[i]);
+}
+
+template <class T>
+void ge_masked_row(const T *__restrict acc, const uint8_t *__restrict mask, uint8_t *__restrict dst, uint32_t n,
+                   T k) {
   for (uint32_t i = 0; i < n; ++i) dst[i] = (uint8_t)-(uint8_t)((mask[i] != 0) & (acc[i] >= k));
 }
 
+void widen8_row(const uint8_t *__restrict c, uint16_t *__restrict out, uint32_t n) {
+  for (uint32_t i = 0; i < n; ++i) out[i] = c[i];
+}
+
 constexpr MorphRowKernels kMorphRows = {
-    erode_run_row<uint8_t>, erode_run_row<uint16_t>, dilate_run_row<uint8_t>, dilate_run_row<uint16_t>,
-    and_shift_row,          or_shift_row,            and_shift_masked_row,    or_shift_masked_row,
-    count_add_row<uint8_t>, count_add_row<uint16_t>, count_update_row<uint8_t>, count_update_row<uint16_t>,
-    sum_shift8_row,         ge_masked8_row,
+    erode_run_row<uint8_t>,   erode_run_row<uint16_t>,   dilate_run_row<uint8_t>,    dilate_run_row<uint16_t>,
+    and_shift_row,            or_shift_row,              and_shift_masked_row,       or_shift_masked_row,
+    count_add_row<uint8_t>,   count_add_row<uint16_t>,   count_update_row<uint8_t>,  count_update_row<uint16_t>,
+    add_shift_row<uint8_t>,   add_shift_row<uint16_t>,   acc_shift_row<uint8_t>,     acc_shift_row<uint16_t>,
+    ge_masked_row<uint8_t>,   ge_masked_row<uint16_t>,   widen8_row,
 };
 
 }  // namespace
