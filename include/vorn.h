@@ -10,5 +10,6 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_imgproc.h"
+#include "vorn_color.h"
 
 #endif /* VORN_H */
