@@ -5,6 +5,5 @@
 namespace vorn {
 
 void init_frame_table() {}
-uint32_t counter_event_word(void *) { return 0; }
 
 }  // namespace vorn

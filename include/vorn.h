@@ -11,5 +11,7 @@
 #include "vorn_matrix.h"
 #include "vorn_imgproc.h"
 #include "vorn_color.h"
+#include "vorn_geometry.h"
+#include "vorn_counter.h"
 
 #endif /* VORN_H */
