@@ -10,5 +10,6 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_kalman.h"
+#include "vorn_pyramid.h"
 
 #endif /* VORN_H */
