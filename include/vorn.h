@@ -13,5 +13,7 @@
 #include "vorn_color.h"
 #include "vorn_geometry.h"
 #include "vorn_counter.h"
+#include "vorn_kalman.h"
+#include "vorn_pyramid.h"
 
 #endif /* VORN_H */
