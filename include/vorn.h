@@ -15,5 +15,6 @@
 #include "vorn_counter.h"
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
+#include "vorn_bpnn.h"
 
 #endif /* VORN_H */
