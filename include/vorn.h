@@ -10,5 +10,6 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_geometry.h"
+#include "vorn_contour.h"
 
 #endif /* VORN_H */
