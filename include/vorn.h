@@ -11,5 +11,6 @@
 #include "vorn_matrix.h"
 #include "vorn_geometry.h"
 #include "vorn_contour.h"
+#include "vorn_histogram.h"
 
 #endif /* VORN_H */
