@@ -16,5 +16,7 @@
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"
+#include "vorn_contour.h"
+#include "vorn_histogram.h"
 
 #endif /* VORN_H */
