@@ -85,6 +85,46 @@ inline __m256i load_chroma32(const uint8_t *p) {
   return join(_mm_unpacklo_epi8(c, c), _mm_unpackhi_epi8(c, c));
 }
 
+// The hue and saturation rule of hs_of4 (convert_rows_x86.h) on eight 32-bit lanes.
+inline void hs_of8(__m256i r, __m256i g, __m256i b, __m256i *h, __m256i *s) {
+  const __m256i one = _mm256_set1_epi32(1);
+  __m256i mx = _mm256_max_epi32(_mm256_max_epi32(r, g), b), mn = _mm256_min_epi32(_mm256_min_epi32(r, g), b);
+  __m256i d = _mm256_sub_epi32(mx, mn);
+  __m256i d255 = _mm256_sub_epi32(_mm256_slli_epi32(d, 8), d);
+  *s = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(d255), _mm256_cvtepi32_ps(_mm256_max_epi32(mx, one))));
+  __m256i d2 = _mm256_add_epi32(d, d), d4 = _mm256_add_epi32(d2, d2), d6 = _mm256_add_epi32(d4, d2);
+  __m256i nr = _mm256_add_epi32(_mm256_sub_epi32(g, b), _mm256_andnot_si256(_mm256_cmpgt_epi32(g, b), d6));
+  __m256i ng = _mm256_add_epi32(_mm256_sub_epi32(d2, r), b), nb = _mm256_add_epi32(_mm256_sub_epi32(d4, g), r);
+  __m256i num = _mm256_blendv_epi8(_mm256_blendv_epi8(nb, ng, _mm256_cmpeq_epi32(mx, g)), nr, _mm256_cmpeq_epi32(mx, r));
+  num = _mm256_add_epi32(_mm256_slli_epi32(num, 5), _mm256_slli_epi32(num, 3));
+  __m256i hue = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(num), _mm256_cvtepi32_ps(_mm256_max_epi32(d, one))));
+  *h = _mm256_andnot_si256(_mm256_cmpeq_epi32(d, _mm256_setzero_si256()), hue);
+}
+
+inline __m256i widen8(const uint8_t *p) {
+  return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p)));
+}
+
+// Four vectors of eight 32-bit values (pixels 0..31 in order) -> 32 bytes in order.
+inline __m256i narrow32(const __m256i q[4]) {
+  __m256i a = _mm256_permute4x64_epi64(_mm256_packs_epi32(q[0], q[1]), 0xD8);
+  __m256i b = _mm256_permute4x64_epi64(_mm256_packs_epi32(q[2], q[3]), 0xD8);
+  return _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
+}
+
+void rgb_to_hsv_row_avx2(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *h, uint8_t *s, uint8_t *v,
+                         int width) {
+  int x = 0;
+  for (; x + 32 <= width; x += 32) {
+    __m256i hh[4], ss[4];
+    for (int q = 0; q < 4; ++q) hs_of8(widen8(r + x + 8 * q), widen8(g + x + 8 * q), widen8(b + x + 8 * q), &hh[q], &ss[q]);
+    store32(h + x, narrow32(hh));
+    store32(s + x, narrow32(ss));
+    store32(v + x, _mm256_max_epu8(_mm256_max_epu8(load32(r + x), load32(g + x)), load32(b + x)));
+  }
+  rgb_to_hsv_row_c(r + x, g + x, b + x, h + x, s + x, v + x, width - x);
+}
+
 void rgb_to_yuv_row_avx2(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, uint8_t *u, uint8_t *v,
                          int width) {
   int x = 0;
@@ -179,7 +219,7 @@ void i420_to_yuv_row_avx2(const uint8_t *y, const uint8_t *u, const uint8_t *v, 
   i420_to_yuv_row_c(y + x, u + x / 2, v + x / 2, oy + x, ou + x, ov + x, width - x);
 }
 
-const ColorKernels kAvx2 = {rgb_to_yuv_row_avx2,    yuv_to_rgb_row_avx2,    rgb_to_hsv_row_c,
+const ColorKernels kAvx2 = {rgb_to_yuv_row_avx2,    yuv_to_rgb_row_avx2,    rgb_to_hsv_row_avx2,
                             bgr_to_rgb_row_avx2<3>, bgr_to_rgb_row_avx2<4>, bgr_to_yuv_row_avx2<3>,
                             bgr_to_yuv_row_avx2<4>, yuyv_to_rgb_row_avx2,   yuyv_to_yuv_row_avx2,
                             i420_to_rgb_row_avx2,   i420_to_yuv_row_avx2};

@@ -53,6 +53,26 @@ inline __m128i hi16(__m128i bytes) { return _mm_unpackhi_epi8(bytes, _mm_setzero
 inline __m128i load16(const uint8_t *p) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p)); }
 inline void store16(uint8_t *p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v); }
 
+// Hue and saturation of four pixels (32-bit lanes, 0..255). Every quotient of the HSV rule has a numerator
+// below 2^17 and a divisor of at most 255, so a correctly rounded float quotient never reaches the next integer
+// when the exact one lies below it (the gap is at least 1 / (255 * 280) relative, far above float's 2^-24):
+// truncating the float quotient gives the integer division's result. All numerators are non-negative.
+inline void hs_of4(__m128i r, __m128i g, __m128i b, __m128i *h, __m128i *s) {
+  const __m128i one = _mm_set1_epi32(1);
+  __m128i mx = _mm_max_epi32(_mm_max_epi32(r, g), b), mn = _mm_min_epi32(_mm_min_epi32(r, g), b);
+  __m128i d = _mm_sub_epi32(mx, mn);
+  __m128i d255 = _mm_sub_epi32(_mm_slli_epi32(d, 8), d);
+  *s = _mm_cvttps_epi32(_mm_div_ps(_mm_cvtepi32_ps(d255), _mm_cvtepi32_ps(_mm_max_epi32(mx, one))));
+  __m128i d2 = _mm_add_epi32(d, d), d4 = _mm_add_epi32(d2, d2), d6 = _mm_add_epi32(d4, d2);
+  // Red sector: G - B, plus 6d when G is not above B; green: 2d - R + B; blue: 4d - G + R.
+  __m128i nr = _mm_add_epi32(_mm_sub_epi32(g, b), _mm_andnot_si128(_mm_cmpgt_epi32(g, b), d6));
+  __m128i ng = _mm_add_epi32(_mm_sub_epi32(d2, r), b), nb = _mm_add_epi32(_mm_sub_epi32(d4, g), r);
+  __m128i num = _mm_blendv_epi8(_mm_blendv_epi8(nb, ng, _mm_cmpeq_epi32(mx, g)), nr, _mm_cmpeq_epi32(mx, r));
+  num = _mm_add_epi32(_mm_slli_epi32(num, 5), _mm_slli_epi32(num, 3));  // x 40
+  __m128i hue = _mm_cvttps_epi32(_mm_div_ps(_mm_cvtepi32_ps(num), _mm_cvtepi32_ps(_mm_max_epi32(d, one))));
+  *h = _mm_andnot_si128(_mm_cmpeq_epi32(d, _mm_setzero_si128()), hue);  // grey (and black): hue 0
+}
+
 // Byte-gather masks for pshufb: lane i takes byte (bpp * i + channel) of a pixel run, from the 16-byte block
 // `part` of that run (-128 where the byte lies in another block).
 struct ShuffleMask {
