@@ -31,8 +31,12 @@ vorn_result obj_maker_extract_contours(vorn_obj_maker *m, const vorn_mono_image 
     o.bottom = bottom + 2 < height - 1 ? bottom + 2 : height - 1;
     o.right = right + 2 < width - 1 ? right + 2 : width - 1;
     bool nested = false;
+    const vorn_point first = info.points[0];
     for (uint32_t j = 0; j < m->obj_count && !nested; ++j) {
-      nested = vorn_pt_in_region(info.points[0], m->objs[j].points, (int32_t)m->objs[j].point_count) != 0;
+      const vorn_obj &e = m->objs[j];
+      // The grown box holds every point of the earlier border: a point left, right or below it is outside.
+      if (first.x < e.left || first.x > e.right || first.y > e.bottom) continue;
+      nested = vorn_pt_in_region(first, e.points, (int32_t)e.point_count) != 0;
     }
     if (nested) continue;
     o.width = o.right - o.left;
