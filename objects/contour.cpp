@@ -22,6 +22,7 @@ struct vorn_contour_s {
   int32_t scan_x;
   int32_t scan_y;
   uint32_t capacity;  // units in points
+  uint8_t *row_any;   // per row: whether the loaded mask had any foreground there (lets the scan skip rows)
   intptr_t offset[16];  // the eight moves twice, so a turn can run one past direction 7 without wrapping
 };
 
@@ -125,7 +126,8 @@ VORN_API vorn_result vorn_contour_create(const vorn_size *size, vorn_contour **o
   c->capacity = n;
   c->points = vorn::block_new<vorn_point>(n ? n : 1);
   c->image = vorn::block_new<uint8_t>(n ? n : 1);
-  if (!c->points || !c->image) {
+  c->row_any = vorn::block_new<uint8_t>((size_t)c->height + 1);
+  if (!c->points || !c->image || !c->row_any) {
     vorn_contour_destroy(c);
     return VORN_E_NOMEM;
   }
@@ -141,6 +143,7 @@ VORN_API vorn_result vorn_contour_destroy(vorn_contour *contour) {
   if (!contour) return VORN_E_NULL;
   vorn::block_release(contour->image);
   vorn::block_release(contour->points);
+  vorn::block_release(contour->row_any);
   vorn_free(contour);
   return VORN_OK;
 }
@@ -156,11 +159,14 @@ VORN_API vorn_result vorn_contour_start(vorn_contour *contour, const vorn_mono_i
       const uint8_t *src = mask->data + (intptr_t)y * w;
       uint8_t *dst = contour->image + (intptr_t)y * w;
       int32_t x = 1;
+      uint64_t any = 0;
       for (; x + 8 <= w - 1; x += 8) {
         uint64_t v = load64(src + x) & low_bits;
+        any |= v;
         memcpy(dst + x, &v, 8);
       }
-      for (; x < w - 1; ++x) dst[x] = src[x] & 1;
+      for (; x < w - 1; ++x) any |= dst[x] = src[x] & 1;
+      contour->row_any[y] = any != 0;
     }
   }
   contour->scan_x = 1;
@@ -184,6 +190,7 @@ VORN_API vorn_result vorn_contour_next(vorn_contour *contour, vorn_contour_info 
   int prev = (int8_t)c->image[(intptr_t)y * w + x - 1];
   // The last row belongs to the untouched ring, so no border starts there.
   for (; y < h - 1; ++y, x = 1, prev = 0) {
+    if (!c->row_any[y]) continue;  // marks only ever replace foreground, so an empty row stays empty
     const uint8_t *row = c->image + (intptr_t)y * w;
     while (x < w) {
       bool hole;
