@@ -11,5 +11,6 @@
 #include "vorn_matrix.h"
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
+#include "vorn_opticalflow.h"
 
 #endif /* VORN_H */
