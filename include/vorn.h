@@ -12,6 +12,7 @@
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_opticalflow.h"
+#include "vorn_features.h"
 #include "vorn_color.h"
 
 #endif /* VORN_H */
