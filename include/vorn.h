@@ -14,5 +14,9 @@
 #include "vorn_opticalflow.h"
 #include "vorn_features.h"
 #include "vorn_color.h"
+#include "vorn_geometry.h"
+#include "vorn_contour.h"
+#include "vorn_histogram.h"
+#include "vorn_obj_maker.h"
 
 #endif /* VORN_H */
