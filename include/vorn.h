@@ -10,5 +10,6 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_bpnn.h"
+#include "vorn_color.h"
 
 #endif /* VORN_H */
