@@ -9,5 +9,6 @@
 #include "vorn_core.h"
 #include "vorn_image.h"
 #include "vorn_matrix.h"
+#include "vorn_version.h"
 
 #endif /* VORN_H */
