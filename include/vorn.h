@@ -23,5 +23,6 @@
 #include "vorn_contour.h"
 #include "vorn_histogram.h"
 #include "vorn_obj_maker.h"
+#include "vorn_version.h"
 
 #endif /* VORN_H */
