@@ -2,7 +2,6 @@
 // by a breadth-first fill whose queue is the object's own point list.
 #include <string.h>
 
-#include "objects/cell_rows.h"
 #include "objects/obj_maker_impl.h"
 
 namespace {
@@ -62,7 +61,7 @@ vorn_result obj_maker_extract_blocks(vorn_obj_maker *m, const vorn_mono_image *m
   if (cw == 0 || ch == 0) return VORN_E_PARAM;
   if (!mask->data) return VORN_E_NULL;
   uint8_t *cells = m->cell_image->data;
-  occupancy(mask, (uint32_t)cw, (uint32_t)ch, cells, vorn::cell_row_kernel());
+  occupancy(mask, (uint32_t)cw, (uint32_t)ch, cells, m->cell_row);
   m->obj_count = 0;
   m->points_used = 0;
   if (ch <= 4 || m->max_objs == 0) return VORN_OK;

@@ -2,6 +2,7 @@
 #ifndef VORN_OBJECTS_OBJ_MAKER_IMPL_H
 #define VORN_OBJECTS_OBJ_MAKER_IMPL_H
 
+#include "objects/cell_rows.h"
 #include "vorn_contour.h"
 #include "vorn_obj_maker.h"
 
@@ -21,6 +22,7 @@ struct vorn_obj_maker_s {
   uint32_t block_height;
   uint32_t points_used;
   vorn_contour *contour;  // contour mode
+  vorn::cell_row_fn cell_row;  // occupancy kernel, chosen at create
 };
 
 namespace vorn {

@@ -230,8 +230,16 @@ TEST(Contour, StoreIsBoundedOnAdversarialMasks) {
   auto borders = trace_mask(zig, &units);
   EXPECT_LE(units, 1600u);
   EXPECT_FALSE(borders.empty());
-  // Random noise, the densest mask for holes.
+  // Random noise, the densest mask for holes, down to masks with no interior at all.
   std::mt19937 rng(4);
+  for (int w = 0; w <= 4; ++w) {
+    for (int h = 0; h <= 5; ++h) {
+      Mask tiny(w, h);
+      for (auto &p : tiny.px) p = 255;
+      auto b = trace_mask(tiny, &units);
+      EXPECT_EQ(b.size(), (w >= 3 && h >= 3) ? 1u : 0u) << w << "x" << h;
+    }
+  }
   for (int it = 0; it < 20; ++it) {
     Mask noise(23 + it, 17 + it);
     for (auto &p : noise.px) p = (rng() & 1) ? 255 : 0;
