@@ -99,8 +99,10 @@ VORN_API vorn_result vorn_image_hsv_to_yuv(const vorn_image *src, vorn_image *ds
 VORN_API vorn_result vorn_image_rgb_to_y(const vorn_image *src, vorn_mono_image *dst) {
   vorn_result rc = check_mono(src, VORN_FORMAT_RGB, dst);
   if (rc) return rc;
-  size_t n = area(src->width, src->height);
-  for (size_t i = 0; i < n; ++i) dst->data[i] = rgb_to_y_trunc(src->plane[0][i], src->plane[1][i], src->plane[2][i]);
+  const ColorKernels *k = color_kernels();
+  size_t w = src->width;
+  for (size_t r = 0, off = 0; r < src->height; ++r, off += w)
+    k->rgb_to_y(src->plane[0] + off, src->plane[1] + off, src->plane[2] + off, dst->data + off, (int)w);
   return VORN_OK;
 }
 

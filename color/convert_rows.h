@@ -26,6 +26,7 @@ struct ColorKernels {
   PackedRowFn yuyv_to_yuv;   // both chroma planes take the V byte of the pair
   PlanarRowFn i420_to_rgb;   // Y row, chroma rows (pixel x uses chroma x / 2)
   PlanarRowFn i420_to_yuv;
+  void (*rgb_to_y)(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width);  // truncated
 };
 
 // Scalar rules.
@@ -45,6 +46,8 @@ void i420_to_rgb_row_c(const uint8_t *y, const uint8_t *u, const uint8_t *v, uin
                        int width);
 void i420_to_yuv_row_c(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint8_t *oy, uint8_t *ou,
                        uint8_t *ov, int width);
+
+void rgb_to_y_row_c(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width);
 
 // The kernels for this CPU (less the features masked off for tests).
 const ColorKernels *color_kernels();

@@ -219,10 +219,22 @@ void i420_to_yuv_row_avx2(const uint8_t *y, const uint8_t *u, const uint8_t *v, 
   i420_to_yuv_row_c(y + x, u + x / 2, v + x / 2, oy + x, ou + x, ov + x, width - x);
 }
 
+void rgb_to_y_row_avx2(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width) {
+  const __m256i one = _mm256_set1_epi16(1), kRG = pair16x(4211, 8258), kB = pair16x(1606, 0);
+  int x = 0;
+  for (; x + 32 <= width; x += 32) {
+    __m256i rr = load32(r + x), gg = load32(g + x), bb = load32(b + x);
+    __m256i lo = dot_shift(lo16x(rr), lo16x(gg), kRG, lo16x(bb), one, kB);
+    __m256i hi = dot_shift(hi16x(rr), hi16x(gg), kRG, hi16x(bb), one, kB);
+    store32(y + x, _mm256_packus_epi16(lo, hi));
+  }
+  rgb_to_y_row_c(r + x, g + x, b + x, y + x, width - x);
+}
+
 const ColorKernels kAvx2 = {rgb_to_yuv_row_avx2,    yuv_to_rgb_row_avx2,    rgb_to_hsv_row_avx2,
                             bgr_to_rgb_row_avx2<3>, bgr_to_rgb_row_avx2<4>, bgr_to_yuv_row_avx2<3>,
                             bgr_to_yuv_row_avx2<4>, yuyv_to_rgb_row_avx2,   yuyv_to_yuv_row_avx2,
-                            i420_to_rgb_row_avx2,   i420_to_yuv_row_avx2};
+                            i420_to_rgb_row_avx2,   i420_to_yuv_row_avx2,   rgb_to_y_row_avx2};
 
 }  // namespace
 
