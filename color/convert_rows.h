@@ -52,6 +52,20 @@ void rgb_to_y_row_c(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_
 // The kernels for this CPU (less the features masked off for tests).
 const ColorKernels *color_kernels();
 
+// HSV by way of RGB, a chunk of a row at a time through stack buffers, so that every HSV path runs on the same
+// (vector) kernels as RGB: to_rgb(x, n, r, g, b) fills n pixels starting at x (x and n even), then the chunk is
+// turned into H, S, V (s and v may be null when only H is wanted).
+constexpr int kHsvChunk = 256;
+template <class ToRgb>
+void row_to_hsv_via_rgb(const ColorKernels *k, int width, uint8_t *h, uint8_t *s, uint8_t *v, ToRgb to_rgb) {
+  uint8_t r[kHsvChunk], g[kHsvChunk], b[kHsvChunk], spare_s[kHsvChunk], spare_v[kHsvChunk];
+  for (int x = 0; x < width; x += kHsvChunk) {
+    int n = width - x < kHsvChunk ? width - x : kHsvChunk;
+    to_rgb(x, n, r, g, b);
+    k->rgb_to_hsv(r, g, b, h + x, s ? s + x : spare_s, v ? v + x : spare_v, n);
+  }
+}
+
 // Tables of each instruction set, or null where the build has none; for tests comparing them with the scalar.
 const ColorKernels *color_kernels_c();
 const ColorKernels *color_kernels_sse41();
