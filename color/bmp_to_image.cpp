@@ -1,0 +1,90 @@
+// Bitmaps (bitmap objects and raw bottom-up 24- or 32-bit rows) into planar RGB, YUV and HSV images.
+// Stored row s is image row h - 1 - s; pixel bytes are B, G, R (and an unused fourth byte in 32-bit rows).
+#include "color/convert_rows.h"
+#include "color/frame_layout.h"
+#include "core/bitmap.h"
+#include "vorn_color.h"
+
+namespace vorn {
+namespace {
+
+enum class Target { kRgb, kYuv, kHsv };
+
+
+// Walks the stored rows of a bitmap of the image's size into the image.
+void bmp_rows_to_image(const uint8_t *pixels, uint32_t bits, vorn_image *img, Target target) {
+  const ColorKernels *k = color_kernels();
+  PackedRowFn fn = nullptr;
+  if (target == Target::kRgb) fn = bits == 24 ? k->bgr24_to_rgb : k->bgr32_to_rgb;
+  if (target == Target::kYuv) fn = bits == 24 ? k->bgr24_to_yuv : k->bgr32_to_yuv;
+  PackedRowFn to_rgb = bits == 24 ? k->bgr24_to_rgb : k->bgr32_to_rgb;
+  size_t bpp = bits / 8;
+  size_t w = img->width, h = img->height, stride = (size_t)bmp_stride((int64_t)w, bits);
+  for (size_t s = 0; s < h; ++s, pixels += stride) {
+    size_t row = h - 1 - s;
+    if (fn)
+      fn(pixels, plane_row(img, 0, row), plane_row(img, 1, row), plane_row(img, 2, row), (int)w);
+    else
+      row_to_hsv_via_rgb(k, (int)w, plane_row(img, 0, row), plane_row(img, 1, row), plane_row(img, 2, row),
+                         [&](int x, int n, uint8_t *r, uint8_t *g, uint8_t *b) { to_rgb(pixels + bpp * x, r, g, b, n); });
+  }
+}
+
+bool ready(const vorn_image *img) { return img->plane[0] && img->plane[1] && img->plane[2]; }
+
+vorn_result from_bmp(const vorn_bmp *bmp, vorn_image *img, uint32_t format, Target target) {
+  if (!bmp || !img) return VORN_E_NULL;
+  BmpView v = bmp_view(bmp);
+  if ((v.bitcount != 24 && v.bitcount != 32) || (int64_t)v.width != (int64_t)img->width ||
+      (int64_t)v.height != (int64_t)img->height || img->format != format)
+    return VORN_E_PARAM;
+  if (!ready(img)) return VORN_E_NULL;
+  bmp_rows_to_image(v.pixels, v.bitcount, img, target);
+  return VORN_OK;
+}
+
+vorn_result from_rows(const uint8_t *rows, uint32_t bits, vorn_image *img, Target target) {
+  if (!rows || !img) return VORN_E_NULL;
+  if (!ready(img)) return VORN_E_NULL;
+  bmp_rows_to_image(rows, bits, img, target);
+  return VORN_OK;
+}
+
+}  // namespace
+}  // namespace vorn
+
+using namespace vorn;
+
+extern "C" {
+
+VORN_API vorn_result vorn_image_bmp_to_rgb(const vorn_bmp *bmp, vorn_image *img) {
+  return from_bmp(bmp, img, VORN_FORMAT_RGB, Target::kRgb);
+}
+VORN_API vorn_result vorn_image_bmp_to_yuv(const vorn_bmp *bmp, vorn_image *img) {
+  return from_bmp(bmp, img, VORN_FORMAT_YUV, Target::kYuv);
+}
+VORN_API vorn_result vorn_image_bmp_to_hsv(const vorn_bmp *bmp, vorn_image *img) {
+  return from_bmp(bmp, img, VORN_FORMAT_HSV, Target::kHsv);
+}
+
+VORN_API vorn_result vorn_image_bmp24_to_rgb(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 24, img, Target::kRgb);
+}
+VORN_API vorn_result vorn_image_bmp24_to_yuv(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 24, img, Target::kYuv);
+}
+VORN_API vorn_result vorn_image_bmp24_to_hsv(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 24, img, Target::kHsv);
+}
+
+VORN_API vorn_result vorn_image_bmp32_to_rgb(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 32, img, Target::kRgb);
+}
+VORN_API vorn_result vorn_image_bmp32_to_yuv(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 32, img, Target::kYuv);
+}
+VORN_API vorn_result vorn_image_bmp32_to_hsv(const uint8_t *rows, vorn_image *img) {
+  return from_rows(rows, 32, img, Target::kHsv);
+}
+
+}  // extern "C"
