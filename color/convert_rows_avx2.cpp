@@ -58,12 +58,41 @@ inline void yuv8_to_rgb8(__m256i y, __m256i u, __m256i v, __m256i *r, __m256i *g
   *b = _mm256_packus_epi16(b0, b1);
 }
 
+// 32 bitmap pixels: block k of pixels 0..15 goes to the low lane and block k of pixels 16..31 to the high lane,
+// so the 16-pixel gathers of convert_rows_x86.h run in both lanes at once and leave the pixels in order.
+inline __m256i both_lanes(const ShuffleMask &k) { return _mm256_broadcastsi128_si256(mask(k)); }
+
+inline __m256i gather24(__m256i a, __m256i b, __m256i c, int channel) {
+  static constexpr ShuffleMask kFrom1[3] = {bgr24_block_mask(0, 1), bgr24_block_mask(1, 1), bgr24_block_mask(2, 1)};
+  static constexpr ShuffleMask kFrom2[3] = {bgr24_block_mask(0, 2), bgr24_block_mask(1, 2), bgr24_block_mask(2, 2)};
+  static constexpr ShuffleMask kOrder[3] = {bgr24_order_mask(0), bgr24_order_mask(1), bgr24_order_mask(2)};
+  __m256i mixed = _mm256_blendv_epi8(_mm256_blendv_epi8(a, b, both_lanes(kFrom1[channel])), c,
+                                     both_lanes(kFrom2[channel]));
+  return _mm256_shuffle_epi8(mixed, both_lanes(kOrder[channel]));
+}
+
 template <int bpp>
 inline void load_bgr32(const uint8_t *src, __m256i *r, __m256i *g, __m256i *b) {
-  __m128i r0, g0, b0, r1, g1, b1;
-  load_bgr16<bpp>(src, &r0, &g0, &b0);
-  load_bgr16<bpp>(src + 16 * bpp, &r1, &g1, &b1);
-  *r = join(r0, r1), *g = join(g0, g1), *b = join(b0, b1);
+  if (bpp == 3) {
+    __m256i a = join(load16(src), load16(src + 48)), m = join(load16(src + 16), load16(src + 64));
+    __m256i c = join(load16(src + 32), load16(src + 80));
+    *b = gather24(a, m, c, 0), *g = gather24(a, m, c, 1), *r = gather24(a, m, c, 2);
+    return;
+  }
+  static constexpr ShuffleMask kB[4] = {gather_mask(bpp, 0, 0), gather_mask(bpp, 0, 1), gather_mask(bpp, 0, 2),
+                                        gather_mask(bpp, 0, 3)};
+  static constexpr ShuffleMask kG[4] = {gather_mask(bpp, 1, 0), gather_mask(bpp, 1, 1), gather_mask(bpp, 1, 2),
+                                        gather_mask(bpp, 1, 3)};
+  static constexpr ShuffleMask kR[4] = {gather_mask(bpp, 2, 0), gather_mask(bpp, 2, 1), gather_mask(bpp, 2, 2),
+                                        gather_mask(bpp, 2, 3)};
+  __m256i rr = _mm256_setzero_si256(), gg = rr, bb = rr;
+  for (int part = 0; part < bpp; ++part) {
+    __m256i block = join(load16(src + 16 * part), load16(src + 16 * (bpp + part)));
+    bb = _mm256_or_si256(bb, _mm256_shuffle_epi8(block, _mm256_broadcastsi128_si256(mask(kB[part]))));
+    gg = _mm256_or_si256(gg, _mm256_shuffle_epi8(block, _mm256_broadcastsi128_si256(mask(kG[part]))));
+    rr = _mm256_or_si256(rr, _mm256_shuffle_epi8(block, _mm256_broadcastsi128_si256(mask(kR[part]))));
+  }
+  *r = rr, *g = gg, *b = bb;
 }
 
 // 32 packed 4:2:2 pixels (64 bytes): lane-local gathers, then the 64-bit halves put back in pixel order.
@@ -219,10 +248,22 @@ void i420_to_yuv_row_avx2(const uint8_t *y, const uint8_t *u, const uint8_t *v, 
   i420_to_yuv_row_c(y + x, u + x / 2, v + x / 2, oy + x, ou + x, ov + x, width - x);
 }
 
+void rgb_to_y_row_avx2(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width) {
+  const __m256i one = _mm256_set1_epi16(1), kRG = pair16x(4211, 8258), kB = pair16x(1606, 0);
+  int x = 0;
+  for (; x + 32 <= width; x += 32) {
+    __m256i rr = load32(r + x), gg = load32(g + x), bb = load32(b + x);
+    __m256i lo = dot_shift(lo16x(rr), lo16x(gg), kRG, lo16x(bb), one, kB);
+    __m256i hi = dot_shift(hi16x(rr), hi16x(gg), kRG, hi16x(bb), one, kB);
+    store32(y + x, _mm256_packus_epi16(lo, hi));
+  }
+  rgb_to_y_row_c(r + x, g + x, b + x, y + x, width - x);
+}
+
 const ColorKernels kAvx2 = {rgb_to_yuv_row_avx2,    yuv_to_rgb_row_avx2,    rgb_to_hsv_row_avx2,
                             bgr_to_rgb_row_avx2<3>, bgr_to_rgb_row_avx2<4>, bgr_to_yuv_row_avx2<3>,
                             bgr_to_yuv_row_avx2<4>, yuyv_to_rgb_row_avx2,   yuyv_to_yuv_row_avx2,
-                            i420_to_rgb_row_avx2,   i420_to_yuv_row_avx2};
+                            i420_to_rgb_row_avx2,   i420_to_yuv_row_avx2,   rgb_to_y_row_avx2};
 
 }  // namespace
 

@@ -120,10 +120,22 @@ void i420_to_yuv_row_sse41(const uint8_t *y, const uint8_t *u, const uint8_t *v,
   i420_to_yuv_row_c(y + x, u + x / 2, v + x / 2, oy + x, ou + x, ov + x, width - x);
 }
 
+void rgb_to_y_row_sse41(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width) {
+  const __m128i one = _mm_set1_epi16(1), kRG = pair16(4211, 8258), kB = pair16(1606, 0);
+  int x = 0;
+  for (; x + 16 <= width; x += 16) {
+    __m128i rr = load16(r + x), gg = load16(g + x), bb = load16(b + x);
+    __m128i lo = dot_shift(lo16(rr), lo16(gg), kRG, lo16(bb), one, kB);
+    __m128i hi = dot_shift(hi16(rr), hi16(gg), kRG, hi16(bb), one, kB);
+    store16(y + x, _mm_packus_epi16(lo, hi));
+  }
+  rgb_to_y_row_c(r + x, g + x, b + x, y + x, width - x);
+}
+
 const ColorKernels kSse41 = {rgb_to_yuv_row_sse41,    yuv_to_rgb_row_sse41,    rgb_to_hsv_row_sse41,
                              bgr_to_rgb_row_sse41<3>, bgr_to_rgb_row_sse41<4>, bgr_to_yuv_row_sse41<3>,
                              bgr_to_yuv_row_sse41<4>, yuyv_to_rgb_row_sse41,   yuyv_to_yuv_row_sse41,
-                             i420_to_rgb_row_sse41,   i420_to_yuv_row_sse41};
+                             i420_to_rgb_row_sse41,   i420_to_yuv_row_sse41,   rgb_to_y_row_sse41};
 
 }  // namespace
 

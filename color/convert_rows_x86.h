@@ -88,6 +88,22 @@ constexpr ShuffleMask gather_mask(int bpp, int channel, int part) {
 }
 inline __m128i mask(const ShuffleMask &k) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(k.m)); }
 
+// For 24-bit pixels the bytes of one channel sit at distinct positions modulo 16 across the three blocks of a
+// 16-pixel run, so one channel is two blends (which block each position comes from) and one gather.
+constexpr ShuffleMask bgr24_block_mask(int channel, int block) {
+  ShuffleMask k{};
+  for (int j = 0; j < 16; ++j) {
+    int pos = j + 16 * block - channel;
+    k.m[j] = (int8_t)(pos >= 0 && pos % 3 == 0 && pos / 3 < 16 ? -128 : 0);
+  }
+  return k;
+}
+constexpr ShuffleMask bgr24_order_mask(int channel) {
+  ShuffleMask k{};
+  for (int i = 0; i < 16; ++i) k.m[i] = (int8_t)((3 * i + channel) % 16);
+  return k;
+}
+
 // 16 bitmap pixels of `bpp` bytes (B, G, R first) -> planes of R, G and B bytes.
 template <int bpp>
 inline void load_bgr16(const uint8_t *src, __m128i *r, __m128i *g, __m128i *b) {

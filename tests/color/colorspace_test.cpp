@@ -162,23 +162,30 @@ TEST_F(ColorSpace, HsvToRgbStaysInRangeAndRoundTrips) {
   }
 }
 
+// Wide enough (601) that the HSV paths work through several chunks of a row.
 TEST_F(ColorSpace, CombinedConversionsAreTheStepsInTurn) {
-  Image yuv = random_image(37, 11, VORN_FORMAT_YUV, 5), hsv = random_image(37, 11, VORN_FORMAT_HSV, 6);
-  Image rgb = make_image(37, 11, 0), out_hsv = make_image(37, 11, 2), want_hsv = make_image(37, 11, 2);
-  Image out_yuv = make_image(37, 11, 1), want_yuv = make_image(37, 11, 1);
-  Mono hue(vorn_mono_image_alloc(37, 11));
+  const uint32_t W = 601, H = 11, N = W * H;
+  Image yuv = random_image(W, H, VORN_FORMAT_YUV, 5), hsv = random_image(W, H, VORN_FORMAT_HSV, 6);
+  Image rgb = make_image(W, H, 0), out_hsv = make_image(W, H, 2), want_hsv = make_image(W, H, 2);
+  Image out_yuv = make_image(W, H, 1), want_yuv = make_image(W, H, 1);
+  Mono hue(vorn_mono_image_alloc(W, H));
 
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_hsv(yuv.get(), out_hsv.get()));
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_h(yuv.get(), hue.get()));
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_rgb(yuv.get(), rgb.get()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb.get(), want_hsv.get()));
-  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_hsv->plane[p], out_hsv->plane[p], 37 * 11));
-  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, 37 * 11));
+  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_hsv->plane[p], out_hsv->plane[p], N));
+  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, N));
 
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_yuv(hsv.get(), out_yuv.get()));
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_rgb(hsv.get(), rgb.get()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv(rgb.get(), want_yuv.get()));
-  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_yuv->plane[p], out_yuv->plane[p], 37 * 11));
+  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_yuv->plane[p], out_yuv->plane[p], N));
+
+  Image rgb_src = random_image(W, H, VORN_FORMAT_RGB, 7);
+  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_h(rgb_src.get(), hue.get()));
+  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb_src.get(), want_hsv.get()));
+  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, N));
 }
 
 TEST_F(ColorSpace, MonoIsCopiedIntoEveryPlaneUnscaled) {

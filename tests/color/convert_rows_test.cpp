@@ -88,6 +88,9 @@ TEST(ColorRows, VectorKernelsMatchScalarOnEveryIsa) {
       vorn::PackedRowFn fn = *reinterpret_cast<const vorn::PackedRowFn *>(reinterpret_cast<const char *>(k) + m.member);
       fn(in[0].p(), out[0].p(), out[1].p(), out[2].p(), w & ~1);
     });
+  compare("rgb_to_y", 1, 3, 1, [&](const ColorKernels *k, std::vector<Buf> &in, std::vector<Buf> &out, int w) {
+    k->rgb_to_y(in[0].p(), in[1].p(), in[2].p(), out[0].p(), w);
+  });
   for (size_t member : {offsetof(ColorKernels, i420_to_rgb), offsetof(ColorKernels, i420_to_yuv)})
     compare("i420", 1, 3, 1, [&](const ColorKernels *k, std::vector<Buf> &in, std::vector<Buf> &out, int w) {
       Planar fn = *reinterpret_cast<const Planar *>(reinterpret_cast<const char *>(k) + member);

@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "core/fault_inject.h"
 #include "imgproc/morph.h"
 #include "imgproc_test_util.h"
 
@@ -149,6 +150,18 @@ TEST(Morph, WideCountersAndWideRows) {
   expect_fast_equals_plain(262, 264, {126, 127, 128, 130}, 9);
   // Rows wider than the on-stack buffers.
   expect_fast_equals_plain(2500, 9, {0, 1, 3}, 11);
+  // Their row buffers are one block; without it the plain scan gives the same bytes.
+  if (!vorn::fault_inject_available()) return;
+  Mono src = mono(2500, 9), region = mono(2500, 9, 255), fast = mono(2500, 9), plain = mono(2500, 9);
+  fill_foreground(src.get(), 12, 10);
+  for (int op = 0; op < 3; ++op) {
+    vorn::fault_inject_fail_at(1);
+    ASSERT_EQ(kOps[op](src.get(), fast.get(), 2, region.get()), VORN_OK);
+    EXPECT_TRUE(vorn::fault_inject_fired());
+    vorn::fault_inject_fail_at(0);
+    ASSERT_EQ(vorn::morph_plain(kOpIds[op], src.get(), plain.get(), 2, region.get()), VORN_OK);
+    EXPECT_TRUE(bytes_of(fast.get()) == bytes_of(plain.get())) << op;
+  }
 }
 
 }  // namespace

@@ -172,13 +172,14 @@ TEST(Shadow, ChecksAndAllocationFailure) {
   EXPECT_EQ(vorn_image_shadow_detect_simple(fg.get(), bk.get(), small.get()), VORN_E_PARAM);
   EXPECT_EQ(vorn_image_shadow_detect(nullptr, bk.get(), cur.get()), VORN_E_NULL);
   for (uint8_t v : bytes_of(fg.get())) EXPECT_EQ(v, 255);
-  // RGB input needs two temporary images; when either cannot be had nothing changes.
-  memset(cur->plane[0], 0, 20);
+  // RGB rows wider than the on-stack ring need one block; when it cannot be had nothing changes.
+  Image wide_bk = image(2100, 3), wide_cur = image(2100, 3);
+  Mono wide_fg = mono(2100, 3, 255);
+  for (int p = 0; p < 3; ++p) memset(wide_bk->plane[p], 200, 6300);
   vorn_test::sweep_allocation_failures([&] {
-    memset(fg->data, 255, 20);
-    vorn_result r = vorn_image_shadow_detect(fg.get(), bk.get(), cur.get());
+    vorn_result r = vorn_image_shadow_detect(wide_fg.get(), wide_bk.get(), wide_cur.get());
     if (r == VORN_E_NOMEM) {
-      for (uint8_t v : bytes_of(fg.get())) EXPECT_EQ(v, 255);
+      for (uint8_t v : bytes_of(wide_fg.get())) EXPECT_EQ(v, 255);
       return false;
     }
     return r == VORN_OK;
