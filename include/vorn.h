@@ -9,5 +9,7 @@
 #include "vorn_core.h"
 #include "vorn_image.h"
 #include "vorn_matrix.h"
+#include "vorn_imgproc.h"
+#include "vorn_color.h"
 
 #endif /* VORN_H */
