@@ -4,7 +4,6 @@
 
 namespace vorn {
 
-void init_frame_table() {}
 uint32_t counter_event_word(void *) { return 0; }
 
 }  // namespace vorn
