@@ -1,4 +1,5 @@
-/* vorn_imgproc.h: differencing and thresholding, the Otsu threshold, morphology on binary masks.
+/* vorn_imgproc.h: differencing and thresholding, the Otsu threshold, morphology on binary masks, shadow and
+ * scene-cut detection, edges.
  *
  * Operations write into images the caller owns and allocate nothing (unless stated). Binary masks hold 0 and
  * 255. Size and format checks run before anything is written. */
@@ -66,6 +67,27 @@ VORN_API vorn_result vorn_morpha_dilation(const vorn_mono_image *src, vorn_mono_
                                           const vorn_mono_image *mask);
 VORN_API vorn_result vorn_morpha_window(const vorn_mono_image *src, vorn_mono_image *dst, uint32_t n,
                                         const vorn_mono_image *mask);
+
+/* --- shadows and scene cuts --- */
+
+/* vorn_image_shadow_detect / vorn_image_shadow_detect_simple: clear the foreground pixels of fg that look like a
+ * cast shadow of the background: darker than bk in luminance, with chroma and horizontal texture close to bk's.
+ * Only interior pixels (not on the image border) are changed.
+ *   fg in/out, mask;  bk in, background;  cur in, current frame (same format as bk).
+ * Luminance and chroma planes follow bk's format: YUV uses planes 0 / 1, 2; HSV planes 2 / 0, 1; RGB images are
+ * first converted to temporary YUV images whose planes are then read at the HSV positions (2 / 0, 1).
+ * Returns 0, VORN_E_PARAM (sizes or formats differ), VORN_E_NOMEM (temporary images), VORN_E_NULL. */
+VORN_API vorn_result vorn_image_shadow_detect(vorn_mono_image *fg, const vorn_image *bk, const vorn_image *cur);
+VORN_API vorn_result vorn_image_shadow_detect_simple(vorn_mono_image *fg, const vorn_image *bk,
+                                                     const vorn_image *cur);
+/* vorn_image_scenecut_detect: VORN_E_SCENE_CHANGE when more than three quarters of the pixels changed, a pixel
+ * having changed when |c0-r0| + |c1-r1| + |c2-r2| >= (int32)(3t) / 2; else 0. VORN_E_PARAM when size or format
+ * differ, VORN_E_NULL for a null image. */
+VORN_API vorn_result vorn_image_scenecut_detect(const vorn_image *cur, const vorn_image *ref, uint32_t t);
+/* vorn_image_scenecut_detect_edge: VORN_E_SCENE_CHANGE when more than three quarters of prev_edges' non-zero
+ * pixels are zero in cur_edges; else 0 (also when prev_edges is empty). VORN_E_PARAM when sizes differ. */
+VORN_API vorn_result vorn_image_scenecut_detect_edge(const vorn_mono_image *cur_edges,
+                                                     const vorn_mono_image *prev_edges);
 
 #ifdef __cplusplus
 }
