@@ -11,5 +11,6 @@
 #include "vorn_matrix.h"
 #include "vorn_imgproc.h"
 #include "vorn_color.h"
+#include "vorn_bk_model.h"
 
 #endif /* VORN_H */
