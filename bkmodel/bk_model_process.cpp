@@ -19,8 +19,7 @@ vorn_result scene_cut_edges(vorn_bk_model *m, vorn_image *cur) {
   if (!m->edge_prev) m->edge_prev = vorn_mono_image_alloc(m->fg->width, m->fg->height);
   if (!m->edge_cur) m->edge_cur = vorn_mono_image_alloc(m->fg->width, m->fg->height);
   if (!m->edge_prev || !m->edge_cur) return VORN_E_NOMEM;
-  // TODO: fill edge_cur with vorn_image_edge(cur, edge_cur, 128, 0) once the edge operator exists.
-  (void)cur;
+  vorn_image_edge(cur, m->edge_cur, 128, 0);
   vorn_result r = m->edge_valid ? vorn_image_scenecut_detect_edge(m->edge_cur, m->edge_prev) : VORN_OK;
   vorn_mono_image *t = m->edge_prev;
   m->edge_prev = m->edge_cur;

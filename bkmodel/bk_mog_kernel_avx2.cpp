@@ -12,6 +12,7 @@ namespace vorn {
 namespace {
 
 constexpr int S = kMogComponents;
+constexpr size_t kAhead = 6;  // groups prefetched ahead
 
 inline __m256d ld(const double *p) { return _mm256_loadu_pd(p); }
 inline void st(double *p, __m256d v) { _mm256_storeu_pd(p, v); }
@@ -106,6 +107,13 @@ size_t mog_update_pixels_avx2(mog_state *st_, const mog_planes *p, size_t begin,
       continue;
     }
     const size_t gi = i / kMogLanes;
+    // The hot record and slot 0 of a group a few steps ahead.
+    if (gi + kAhead < st_->groups) {
+      const char *hot = reinterpret_cast<const char *>(&st_->hot[gi + kAhead]);
+      for (size_t off = 0; off < sizeof(mog_hot); off += 64) _mm_prefetch(hot + off, _MM_HINT_T0);
+      const char *cold = reinterpret_cast<const char *>(&st_->gauss[gi + kAhead]);
+      for (size_t off = 0; off < sizeof(mog_gauss); off += 64) _mm_prefetch(cold + off, _MM_HINT_T0);
+    }
     group G;
     G.h = &st_->hot[gi];
     for (int s = 0; s < S; ++s) G.g[s] = &st_->gauss[s * st_->groups + gi];

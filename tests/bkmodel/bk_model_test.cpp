@@ -230,3 +230,24 @@ TEST(BkModelSceneCut, OneSlotRingComparesTheFrameWithItself) {
     EXPECT_EQ(host.process(f), VORN_OK);
   }
 }
+
+TEST(BkModelSceneCut, EdgeTestComparesEdgeMapsOfConsecutiveFrames) {
+  const uint32_t w = 16, h = 16;
+  Host host(1, w, h);
+  host.param(VORN_BK_PARAM_SCENE_CUT, 0x101);
+  // A vertical step at column `at`, and a brighter copy of it with the step in the same place.
+  auto step = [&](uint32_t at, uint8_t lo, uint8_t hi) {
+    std::vector<uint8_t> f = flat_frame(w, h, 0, 128, 128);
+    for (uint32_t y = 0; y < h; ++y)
+      for (uint32_t x = 0; x < w; ++x) f[y * w + x] = x < at ? lo : hi;
+    return f;
+  };
+  std::vector<uint8_t> a = step(8, 0, 160), a_bright = step(8, 90, 255), b = step(4, 0, 160);
+  EXPECT_EQ(host.process(a), VORN_OK);  // no edges kept yet
+  EXPECT_EQ(host.process(a_bright), VORN_OK);  // every pixel changed, but the edges stayed
+  EXPECT_EQ(host.process(b), VORN_E_SCENE_CHANGE);
+  EXPECT_EQ(host.process(b), VORN_OK);  // the maps swapped even on the cut
+  EXPECT_EQ(host.process(a), VORN_E_SCENE_CHANGE);
+  host.param(VORN_BK_PARAM_SCENE_CUT, 0x101);  // setting the parameter forgets the kept edges
+  EXPECT_EQ(host.process(b), VORN_OK);
+}
