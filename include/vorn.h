@@ -16,5 +16,6 @@
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"
+#include "vorn_tracker.h"
 
 #endif /* VORN_H */
