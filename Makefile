@@ -4,7 +4,9 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_COMMON = -G Ninja -DVORN_FAULT_INJECTION=ON
 CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
-.PHONY: all deps test test-release test-asan demo bench clean
+PREFIX ?= /usr/local
+
+.PHONY: all deps test test-release test-asan demo bench install test-platforms clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -37,6 +39,18 @@ bench:
 	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON -DVORN_BUILD_TESTS=OFF
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
+
+# The library, its headers, CMake package and pkg-config file under $(PREFIX) (DESTDIR is honoured).
+install:
+	@scripts/deps.sh
+	cmake -S . -B build/dist -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
+	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF
+	cmake --build build/dist -j $(JOBS)
+	cmake --install build/dist
+
+# The Windows DLLs (32- and 64-bit, the 64-bit tests under wine64) and the 32-bit Linux tests under qemu-i386.
+test-platforms:
+	@JOBS=$(JOBS) scripts/test-platforms.sh
 
 clean:
 	rm -rf build

@@ -84,6 +84,9 @@ const ColorKernels kScalar = {rgb_to_yuv_row_c,   yuv_to_rgb_row_c,   rgb_to_hsv
 const ColorKernels *color_kernels_c() { return &kScalar; }
 
 const ColorKernels *color_kernels() {
+  // The vector kernels compute the table rule from its constants; until the tables are built (all zero) only
+  // the table-driven scalar kernels give the tables' results.
+  if (g_color_tables.ry[0] != 128) return &kScalar;
   uint32_t f = cpu_flags();
   const ColorKernels *k = nullptr;
   if (f & kCpuAvx2) k = color_kernels_avx2();

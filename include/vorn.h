@@ -10,6 +10,10 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_imgproc.h"
+#include "vorn_kalman.h"
+#include "vorn_pyramid.h"
+#include "vorn_opticalflow.h"
+#include "vorn_features.h"
 #include "vorn_color.h"
 #include "vorn_geometry.h"
 #include "vorn_counter.h"
@@ -17,5 +21,9 @@
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"
 #include "vorn_tracker.h"
+#include "vorn_contour.h"
+#include "vorn_histogram.h"
+#include "vorn_obj_maker.h"
+#include "vorn_version.h"
 
 #endif /* VORN_H */

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Installs the Debian packages the build needs, only those missing. Usage: scripts/deps.sh [test|bench|tools]...
+# Installs the Debian packages the build needs, only those missing.
+# Usage: scripts/deps.sh [test|bench|tools|platforms]...
 set -eu
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 for what in "$@"; do
@@ -7,6 +8,9 @@ for what in "$@"; do
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
+    # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
+    platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;
     *) echo "deps.sh: unknown set '$what'" >&2; exit 2 ;;
   esac
 done

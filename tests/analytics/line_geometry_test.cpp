@@ -32,7 +32,7 @@ TEST(LineGeometry, AngleCountsCounterClockwiseWithYUp) {
     int x0 = (int)(rng() % 201) - 100, y0 = (int)(rng() % 201) - 100;
     int x1 = (int)(rng() % 201) - 100, y1 = (int)(rng() % 201) - 100;
     if (x0 == x1 && y0 == y1) continue;
-    double want = atan2((double)(y0 - y1), (double)(x1 - x0)) * 180.0 / M_PI;
+    double want = atan2((double)(y0 - y1), (double)(x1 - x0)) * 180.0 / 3.141592653589793;
     if (want < 0) want += 360.0;
     double got = vorn_get_line_angle(L(x0, y0, x1, y1));
     ASSERT_GE(got, 0.0);

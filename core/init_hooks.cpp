@@ -1,9 +1,0 @@
-// Hooks of start-up and of the statistics query whose owning subsystem is not built yet. A subsystem that brings
-// the real function removes its entry here.
-#include "core/init_hooks.h"
-
-namespace vorn {
-
-void init_frame_table() {}
-
-}  // namespace vorn
