@@ -2,6 +2,10 @@
 // between a low and a high threshold. Every buffer is made at create; processing allocates nothing.
 #include <string.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "core/memory.h"
 #include "imgproc/edge_rows.h"
 #include "vorn_imgproc.h"
@@ -57,10 +61,47 @@ void gradients(const Canny &c, const uint8_t *src, const Box &d, const EdgeRowKe
   }
 }
 
-// Non-maximum suppression over box n: each row's maxima are classified in bulk, then walked in order because a
-// strong maximum is marked directly only when the pixel before it in the row was not (flag p) and the pixel above
-// is not an edge already; the others stay weak for hysteresis. Pushes the directly marked pixels; returns the
-// stack depth. Rows above `area_top` count as holding no edge.
+// Bit i of *n: code[i] != 0 (a maximum); of *s: code[i] == 2 and the pixel above is not an edge. len <= 64.
+inline void block_masks(const uint8_t *code, const uint8_t *above, uint32_t len, uint64_t *n, uint64_t *s) {
+  uint64_t nb = 0, sb = 0;
+  uint32_t i = 0;
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128(), two = _mm_set1_epi8(2);
+  for (; i + 16 <= len; i += 16) {
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i *>(code + i));
+    __m128i strong = _mm_cmpeq_epi8(c, two);
+    if (above) {
+      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(above + i));
+      strong = _mm_andnot_si128(_mm_cmpeq_epi8(a, two), strong);
+    }
+    nb |= (uint64_t)(uint16_t)~_mm_movemask_epi8(_mm_cmpeq_epi8(c, zero)) << i;
+    sb |= (uint64_t)(uint16_t)_mm_movemask_epi8(strong) << i;
+  }
+#endif
+  for (; i < len; ++i) {
+    nb |= (uint64_t)(code[i] != 0) << i;
+    sb |= (uint64_t)(code[i] == 2 && (!above || above[i] != 2)) << i;
+  }
+  *n = nb;
+  *s = sb;
+}
+
+// Spreads every set bit of x forward (to higher bits) through the run of set bits of `runs` it lies in
+// (x must lie inside runs): a segmented prefix OR in six doubling steps.
+inline uint64_t smear_runs(uint64_t x, uint64_t runs) {
+  uint64_t m = runs;
+  for (int k = 1; k < 64; k *= 2) {
+    x |= (x << k) & m;
+    m &= m << k;
+  }
+  return x;
+}
+
+// Non-maximum suppression over box n: each row's maxima are classified in bulk and the row's map filled from
+// that (weak for maxima, none for the rest). A strong maximum is marked directly only when no pixel since the
+// last non-maximum of the row was (flag p) and the pixel above is not an edge already; the others stay weak for
+// hysteresis. So the direct marks are the first eligible strong maximum of each run of maxima. Pushes the marked
+// pixels and returns the stack depth. Rows above `area_top` count as holding no edge.
 uint32_t suppress(Canny &c, const Box &n, int64_t area_top, const EdgeRowKernels &k) {
   const size_t w = c.width;
   const int16_t low = (int16_t)(c.low > 32767 ? 32767 : c.low);
@@ -72,70 +113,86 @@ uint32_t suppress(Canny &c, const Box &n, int64_t area_top, const EdgeRowKernels
     const size_t at = (size_t)y * w + (size_t)n.x0;
     k.canny_codes(c.dx + at, c.dy + at, c.mag + at - w, c.mag + at, c.mag + at + w, code, count, low, high);
     uint8_t *map = c.map + at;
+    k.canny_map(code, map, count);
     const uint8_t *above = y - 1 >= area_top ? map - w : nullptr;
-    bool p = false;
-    uint32_t i = 0;
-    while (i < count) {
-      // Runs of non-maxima (already kNone in the map) clear p.
-      if (code[i] == 0) {
-        uint32_t j = i + 1;
-        while (j + 8 <= count) {
-          uint64_t word;
-          memcpy(&word, code + j, 8);
-          if (word != 0) break;
-          j += 8;
-        }
-        while (j < count && code[j] == 0) ++j;
-        p = false;
-        i = j;
-        continue;
-      }
-      if (code[i] == 2 && !p && (!above || above[i] != kEdge)) {
+    // 64 pixels at a time: bit masks of maxima (n) and of eligible strong maxima (s); the marks are the first s
+    // of every run of n, a run possibly continuing from the previous block (carry).
+    uint64_t carry = 0;
+    for (uint32_t base = 0; base < count; base += 64) {
+      const uint32_t len = count - base < 64 ? count - base : 64;
+      uint64_t n_bits, s_bits;
+      block_masks(code + base, above ? above + base : nullptr, len, &n_bits, &s_bits);
+      const uint64_t armed = smear_runs(s_bits | (carry & n_bits & 1u), n_bits);
+      uint64_t marks = s_bits & ~((armed << 1) | carry);
+      carry = len == 64 ? armed >> 63 : 0;
+      while (marks) {
+        const uint32_t i = base + (uint32_t)__builtin_ctzll(marks);
         map[i] = kEdge;
         c.stack[top++] = (uint32_t)(at + i);
-        p = true;
-      } else {
-        map[i] = kWeak;
+        marks &= marks - 1;
       }
-      ++i;
     }
   }
   return top;
 }
 
-// Grows edges from the stacked pixels into 8-connected weak pixels inside box a (neighbours in the order left,
-// right, below, above, below-right, above-right, below-left, above-left).
+// Grows edges from the stacked pixels into 8-connected weak pixels (neighbours in the order left, right, below,
+// above, below-right, above-right, below-left, above-left). Unbounded: the whole image is the area, and weak
+// pixels are never on its border, so no neighbour of a stacked pixel lies outside. Bounded: neighbours outside
+// box a are not followed.
+template <bool kBounded>
 void hysteresis(Canny &c, uint32_t top, const Box &a) {
   const int64_t w = c.width;
+  const int64_t off[8] = {-1, 1, w, -w, w + 1, -w + 1, w - 1, -w - 1};
   const int64_t dxs[8] = {-1, 1, 0, 0, 1, 1, -1, -1};
   const int64_t dys[8] = {0, 0, 1, -1, 1, -1, 1, -1};
+  uint8_t *map = c.map;
+  uint32_t *stack = c.stack;
   while (top > 0) {
-    const uint32_t pos = c.stack[--top];
-    const int64_t x = pos % (uint32_t)w, y = pos / (uint32_t)w;
+    const uint32_t pos = stack[--top];
+    int64_t x = 0, y = 0;
+    if (kBounded) {
+      x = pos % (uint32_t)w;
+      y = pos / (uint32_t)w;
+    }
     for (int k = 0; k < 8; ++k) {
-      const int64_t nx = x + dxs[k], ny = y + dys[k];
-      if (nx < a.x0 || nx >= a.x1 || ny < a.y0 || ny >= a.y1) continue;
-      const size_t np = (size_t)(ny * w + nx);
-      if (c.map[np] == kWeak) {
-        c.map[np] = kEdge;
-        c.stack[top++] = (uint32_t)np;
+      if (kBounded) {
+        const int64_t nx = x + dxs[k], ny = y + dys[k];
+        if (nx < a.x0 || nx >= a.x1 || ny < a.y0 || ny >= a.y1) continue;
+      }
+      const size_t np = (size_t)((int64_t)pos + off[k]);
+      if (map[np] == kWeak) {
+        map[np] = kEdge;
+        stack[top++] = (uint32_t)np;
       }
     }
   }
 }
 
-// Runs the detector over area a (clipped to the image): gradients wherever the suppression reads them, map reset
-// to kNone over a, suppression on a's interior pixels, hysteresis inside a.
+// Runs the detector over area a (clipped to the image): gradients wherever the suppression reads them, the map
+// of a rebuilt (none outside the suppression box n), suppression on a's interior pixels, hysteresis inside a.
 void detect(Canny &c, const uint8_t *src, const Box &a, const EdgeRowKernels &k) {
   const int64_t w = c.width, h = c.height;
   const Box interior = {1, w - 1, 1, h - 1};
   const Box grad = intersect({a.x0 - 1, a.x1 + 1, a.y0 - 1, a.y1 + 1}, interior);
   if (!grad.empty()) gradients(c, src, grad, k);
-  for (int64_t y = a.y0; y < a.y1; ++y) memset(c.map + (size_t)(y * w + a.x0), kNone, (size_t)(a.x1 - a.x0));
   const Box n = intersect(a, interior);
+  for (int64_t y = a.y0; y < a.y1; ++y) {
+    uint8_t *row = c.map + (size_t)(y * w);
+    if (n.empty() || y < n.y0 || y >= n.y1) {
+      memset(row + a.x0, kNone, (size_t)(a.x1 - a.x0));
+    } else {
+      memset(row + a.x0, kNone, (size_t)(n.x0 - a.x0));
+      memset(row + n.x1, kNone, (size_t)(a.x1 - n.x1));
+    }
+  }
   if (n.empty()) return;
   uint32_t top = suppress(c, n, a.y0, k);
-  hysteresis(c, top, a);
+  const bool whole = a.x0 == 0 && a.y0 == 0 && a.x1 == w && a.y1 == h;
+  if (whole)
+    hysteresis<false>(c, top, a);
+  else
+    hysteresis<true>(c, top, a);
 }
 
 }  // namespace

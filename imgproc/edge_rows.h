@@ -32,6 +32,8 @@ struct EdgeRowKernels {
                       const int16_t *down, uint8_t *code, uint32_t n, int16_t low, int16_t high);
   // 4-neighbour Laplacian 4c - up - down - left - right; out = |L| > t ? 255 : 0, for -1 <= t <= 32767.
   void (*laplacian)(const uint8_t *r0, const uint8_t *r1, const uint8_t *r2, uint8_t *out, uint32_t n, int16_t t);
+  // The edge map of one row before direct marking: map = code == 0 ? 1 (not an edge) : 0 (weak).
+  void (*canny_map)(const uint8_t *code, uint8_t *map, uint32_t n);
   // out = map == 2 ? 255 : 0.
   void (*edge_map_to_mask)(const uint8_t *map, uint8_t *out, uint32_t n);
 };

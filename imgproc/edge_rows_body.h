@@ -92,6 +92,10 @@ void laplacian_row(const uint8_t *__restrict r0, const uint8_t *__restrict r1, c
   }
 }
 
+void canny_map_row(const uint8_t *__restrict code, uint8_t *__restrict map, uint32_t n) {
+  for (size_t i = 0; i < n; ++i) map[i] = (uint8_t)(code[i] == 0);
+}
+
 void edge_map_to_mask_row(const uint8_t *__restrict map, uint8_t *__restrict out, uint32_t n) {
   for (size_t i = 0; i < n; ++i) out[i] = (uint8_t)-(uint8_t)(map[i] == 2);
 }
@@ -103,6 +107,7 @@ constexpr EdgeRowKernels kEdgeRows = {
     sobel_mag_row,
     canny_codes_row,
     laplacian_row,
+    canny_map_row,
     edge_map_to_mask_row,
 };
 

@@ -25,5 +25,6 @@
 #include "vorn_histogram.h"
 #include "vorn_obj_maker.h"
 #include "vorn_version.h"
+#include "vorn_bk_model.h"
 
 #endif /* VORN_H */
