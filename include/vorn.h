@@ -20,6 +20,7 @@
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"
+#include "vorn_tracker.h"
 #include "vorn_contour.h"
 #include "vorn_histogram.h"
 #include "vorn_obj_maker.h"
