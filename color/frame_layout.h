@@ -1,5 +1,5 @@
-// Shared geometry of frame buffers for the frame converters: bitmap row steps, and the bounded access to the
-// bytes of a 4:2:0 frame whose described walk reaches past its end.
+// Shared geometry of frame buffers for the frame converters: the bounded access to the
+// bytes of a 4:2:0 frame that the chroma row pairing would reach past its end.
 //
 // A 4:2:0 frame of w x h holds Y (w * h bytes), then U at w * h, then V at w * h * 5 / 4, chroma rows of w / 2
 // bytes. The planar converters pair image row r with chroma row (r + 1) / 2, so the last row of an even-height

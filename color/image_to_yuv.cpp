@@ -1,6 +1,7 @@
 // Planar RGB, YUV and HSV images into packed 4:2:2 and planar 4:2:0 frames. Luma is the truncated Y; chroma is
 // taken from the odd pixel of each pair (and, in 4:2:0, from odd rows), never averaged.
 #include "color/color_rules.h"
+#include "color/convert_rows.h"
 #include "color/frame_layout.h"
 #include "vorn_color.h"
 
@@ -22,10 +23,43 @@ bool ready(const vorn_image *img, const void *frame) {
   return img && frame && img->plane[0] && img->plane[1] && img->plane[2];
 }
 
+// RGB rows through the row kernels, a chunk at a time: truncated Y of every pixel, and U, V (whose rule has no
+// rounding term in either kernel) for `emit` to place.
+constexpr int kChunk = 256;
+template <class Emit>
+void rgb_row_chunks(const ColorKernels *k, const vorn_image *img, size_t r, bool with_y, Emit emit) {
+  uint8_t y[kChunk], rounded_y[kChunk], u[kChunk], v[kChunk];
+  size_t w = img->width;
+  const uint8_t *pr = plane_row(img, 0, r), *pg = plane_row(img, 1, r), *pb = plane_row(img, 2, r);
+  for (size_t x0 = 0; x0 < w; x0 += kChunk) {
+    int n = (int)(w - x0 < (size_t)kChunk ? w - x0 : (size_t)kChunk);
+    if (with_y) k->rgb_to_y(pr + x0, pg + x0, pb + x0, y, n);
+    k->rgb_to_yuv(pr + x0, pg + x0, pb + x0, rounded_y, u, v, n);
+    emit(x0, n, y, u, v);
+  }
+}
+
 // Frame row r is image row r; the pair's U and V are written when its odd pixel is reached.
 vorn_result to_yuyv(const vorn_image *img, uint8_t *f, uint32_t format) {
   if (!ready(img, f)) return VORN_E_NULL;
   size_t w = img->width, h = img->height;
+  if (format == VORN_FORMAT_RGB) {
+    const ColorKernels *k = color_kernels();
+    for (size_t r = 0; r < h; ++r) {
+      uint8_t *row = f + 2 * w * r;
+      rgb_row_chunks(k, img, r, true, [&](size_t x0, int n, const uint8_t *y, const uint8_t *u, const uint8_t *v) {
+        for (int i = 0; i < n; ++i) {
+          size_t x = x0 + i;
+          row[2 * x] = y[i];
+          if (x & 1) {
+            row[2 * x - 1] = u[i];
+            row[2 * x + 1] = v[i];
+          }
+        }
+      });
+    }
+    return VORN_OK;
+  }
   for (size_t r = 0; r < h; ++r) {
     uint8_t *row = f + 2 * w * r;
     for (size_t x = 0; x < w; ++x) {
@@ -46,6 +80,22 @@ vorn_result to_i420(const vorn_image *img, uint8_t *f, uint32_t format) {
   if (!ready(img, f)) return VORN_E_NULL;
   int64_t w = img->width, h = img->height;
   Yuv420Layout L(w, h);
+  if (format == VORN_FORMAT_RGB) {
+    const ColorKernels *k = color_kernels();
+    for (int64_t r = 0; r < h; ++r) {
+      k->rgb_to_y(plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r), f + r * w, (int)w);
+      if (!(r & 1)) continue;
+      int64_t c = (r + 1) / 2, uo = L.u + c * L.cw, vo = L.v + c * L.cw;
+      rgb_row_chunks(k, img, (size_t)r, false, [&](size_t x0, int n, const uint8_t *, const uint8_t *u, const uint8_t *v) {
+        for (int i = 1; i < n; i += 2) {  // chunks start at even columns: odd i is an odd column
+          int64_t col = (int64_t)(x0 + i) / 2;
+          if (uo + col < L.limit) f[uo + col] = u[i];
+          if (vo + col < L.limit) f[vo + col] = v[i];
+        }
+      });
+    }
+    return VORN_OK;
+  }
   for (int64_t r = 0; r < h; ++r) {
     int64_t c = (r + 1) / 2;
     for (int64_t x = 0; x < w; ++x) {

@@ -5,7 +5,7 @@
  * 128; HSV with H 0..240 (40 per sixth of the circle, pure red is 240), S and V 0..255. RGB <-> YUV uses fixed
  * lookup tables built by vorn_init (or vorn_init_colorspace); before that every table-driven result is 0.
  *
- * Image conversions take the source first. They check the formats named in their description and that the
+ * Image conversions take the source first. They check the formats named in their comment and that the
  * sizes are equal, and return VORN_E_PARAM (nothing written) on a mismatch, VORN_E_NULL for a null image. */
 #ifndef VORN_COLOR_H
 #define VORN_COLOR_H

@@ -106,6 +106,17 @@ void Vorn_Bgr24ToYuv(benchmark::State &s) {
   run(s, [](const Inputs &in, int i) { vorn_image_bmp24_to_yuv(in.bgr24[i].data(), out_image(1)); });
 }
 
+void Vorn_RgbToI420(benchmark::State &s) {
+  static std::vector<uint8_t> out(768 * 576 * 3 / 2 + 768);
+  run(s, [](const Inputs &in, int i) { vorn_image_rgb_to_yuv420(in.rgb[i], out.data()); });
+}
+void Vorn_RgbToY(benchmark::State &s) {
+  static vorn_mono_image *m = vorn_mono_image_alloc(inputs().w, inputs().h);
+  run(s, [](const Inputs &in, int i) { vorn_image_rgb_to_y(in.rgb[i], m); });
+}
+
+BENCHMARK(Vorn_RgbToI420)->Arg(0)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Vorn_RgbToY)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Vorn_RgbToYuv)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Vorn_YuvToRgb)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Vorn_RgbToHsv)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
@@ -150,6 +161,15 @@ void OpenCV_SplitBgr(benchmark::State &s) {
   run_cv(s, [&](const Inputs &in, int i, cv::Mat &) { cv::split(in.cv_rgb[i], planes); });
 }
 
+void OpenCV_RgbToI420(benchmark::State &s) {
+  run_cv(s, [](const Inputs &in, int i, cv::Mat &o) { cv::cvtColor(in.cv_rgb[i], o, cv::COLOR_RGB2YUV_I420); });
+}
+void OpenCV_RgbToGray(benchmark::State &s) {
+  run_cv(s, [](const Inputs &in, int i, cv::Mat &o) { cv::cvtColor(in.cv_rgb[i], o, cv::COLOR_RGB2GRAY); });
+}
+
+BENCHMARK(OpenCV_RgbToI420)->Unit(benchmark::kMicrosecond);
+BENCHMARK(OpenCV_RgbToGray)->Unit(benchmark::kMicrosecond);
 BENCHMARK(OpenCV_RgbToYuv)->Unit(benchmark::kMicrosecond);
 BENCHMARK(OpenCV_YuvToRgb)->Unit(benchmark::kMicrosecond);
 BENCHMARK(OpenCV_RgbToHsv)->Unit(benchmark::kMicrosecond);

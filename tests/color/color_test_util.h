@@ -5,6 +5,8 @@
 
 #include <stdint.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 

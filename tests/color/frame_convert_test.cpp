@@ -212,25 +212,27 @@ TEST_F(Frames, Planar420ReadsChromaRowHalfOfRowPlusOne) {
 }
 
 TEST_F(Frames, ImagesIntoYuvFramesUseTruncatedLuma) {
-  Image rgb = random_image(6, 4, VORN_FORMAT_RGB, 3), hsv = random_image(6, 4, VORN_FORMAT_HSV, 4);
-  std::vector<uint8_t> f422(48), f420(36), g422(48), g420(36);
+  const uint32_t W = 302, H = 4, N = W * H, CW = W / 2;  // rows of more than one 256-pixel chunk
+  Image rgb = random_image(W, H, VORN_FORMAT_RGB, 3), hsv = random_image(W, H, VORN_FORMAT_HSV, 4);
+  std::vector<uint8_t> f422(2 * N), f420(N * 3 / 2), g422(2 * N), g420(N * 3 / 2);
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv422(rgb.get(), f422.data()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv420(rgb.get(), f420.data()));
-  for (uint32_t y = 0; y < 4; ++y)
-    for (uint32_t x = 0; x < 6; ++x) {
+  for (uint32_t y = 0; y < H; ++y)
+    for (uint32_t x = 0; x < W; ++x) {
       Triple t = trunc_yuv(rgb.get(), x, y);
-      EXPECT_EQ(t.a, f422[y * 12 + 2 * x]);
-      EXPECT_EQ(t.a, f420[y * 6 + x]);
+      ASSERT_EQ(t.a, f422[y * 2 * W + 2 * x]);
+      ASSERT_EQ(t.a, f420[y * W + x]);
       if (x & 1) {
-        EXPECT_EQ(t.b, f422[y * 12 + 2 * x - 1]);
-        EXPECT_EQ(t.c, f422[y * 12 + 2 * x + 1]);
+        ASSERT_EQ(t.b, f422[y * 2 * W + 2 * x - 1]);
+        ASSERT_EQ(t.c, f422[y * 2 * W + 2 * x + 1]);
       }
-      if ((x & 1) && y == 1) {
-        EXPECT_EQ(t.b, f420[24 + 3 + x / 2]);
+      if ((x & 1) && y == 1) {  // chroma row 1 of each plane
+        ASSERT_EQ(t.b, f420[N + CW + x / 2]);
+        ASSERT_EQ(t.c, f420[N * 5 / 4 + CW + x / 2]);
       }
     }
   // HSV goes through RGB first.
-  Image via = make_image(6, 4, VORN_FORMAT_RGB);
+  Image via = make_image(W, H, VORN_FORMAT_RGB);
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_rgb(hsv.get(), via.get()));
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_yuv422(hsv.get(), f422.data()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv422(via.get(), g422.data()));
