@@ -10,6 +10,7 @@
 #include "vorn_image.h"
 #include "vorn_matrix.h"
 #include "vorn_bpnn.h"
+#include "vorn_plate.h"
 #include "vorn_imgproc.h"
 #include "vorn_color.h"
 
