@@ -74,21 +74,26 @@ vorn_result plate_read(vorn_plate *pl, const vorn_mono_image *grey) {
   plate_found found[kPlateMaxCandidates];
   const int n = plate_find(grey, pl->params, &pl->work, found, kPlateMaxCandidates);
   static const char kLayout[] = VORN_PLATE_LAYOUT;
+  // Every run of seven boxes of every candidate is read; the reading whose weakest character is the most certain
+  // wins (on a tie, the earlier: each candidate's best-agreeing run is read first).
   for (int i = 0; i < n; ++i) {
-    vorn_plate_info info;
-    memset(&info, 0, sizeof info);
-    float lowest = 1.0f;
-    for (int c = 0; c < kPlateChars; ++c) {
-      plate_classify(pl, kLayout[c], found[i].features[c], &info.text[c], &info.confidence[c]);
-      if (info.confidence[c] < lowest) lowest = info.confidence[c];
-    }
-    info.rect = found[i].rect;
-    info.angle = (float)found[i].angle;
-    info.score = lowest;
-    if (!pl->has_info || info.score > pl->info.score) {
+    const plate_found &f = found[i];
+    for (int k = 0; k + kPlateChars <= f.count; ++k) {
+      const int s = k == 0 ? f.first : (k <= f.first ? k - 1 : k);
+      vorn_plate_info info;
+      memset(&info, 0, sizeof info);
+      float lowest = 1.0f;
+      for (int c = 0; c < kPlateChars; ++c) {
+        plate_classify(pl, kLayout[c], f.features[s + c], &info.text[c], &info.confidence[c]);
+        if (info.confidence[c] < lowest) lowest = info.confidence[c];
+      }
+      info.score = lowest;
+      if (pl->has_info && info.score <= pl->info.score) continue;
+      info.rect = plate_row_rect(f, s, grey->width, grey->height);
+      info.angle = (float)f.map.angle_deg;
       pl->info = info;
       pl->has_info = true;
-      pl->best_region = found[i].region;
+      pl->best_region = f.region;
     }
   }
   return pl->has_info ? VORN_OK : VORN_E_NO_RESULT;

@@ -42,9 +42,12 @@ vorn_rect plate_region_of(const vorn_rect &band, uint32_t width, uint32_t height
 
 namespace {
 
-// The frame rectangle covering the patch boxes.
-vorn_rect plate_frame_rect(const plate_patch_map &m, const vorn_rect *boxes, int n, uint32_t width,
-                           uint32_t height) {
+}  // namespace
+
+vorn_rect plate_row_rect(const plate_found &f, int start, uint32_t width, uint32_t height) {
+  const plate_patch_map &m = f.map;
+  const vorn_rect *boxes = f.boxes + start;
+  const int n = kPlateChars;
   double u0 = boxes[0].left, u1 = boxes[n - 1].right, v0 = boxes[0].top, v1 = boxes[0].bottom;
   for (int i = 1; i < n; ++i) {
     if (boxes[i].top < v0) v0 = boxes[i].top;
@@ -70,8 +73,6 @@ vorn_rect plate_frame_rect(const plate_patch_map &m, const vorn_rect *boxes, int
   return r;
 }
 
-}  // namespace
-
 int plate_find(const vorn_mono_image *grey, const vorn_plate_params &p, plate_work *w, plate_found *found, int max) {
   vorn_rect cands[kPlateMaxCandidates];
   int thr = 0;
@@ -81,13 +82,13 @@ int plate_find(const vorn_mono_image *grey, const vorn_plate_params &p, plate_wo
     const vorn_rect region = plate_region_of(cands[i], grey->width, grey->height);
     plate_patch_map map;
     if (!plate_rectify(grey, region, thr, &w->rectify, &w->patch, &map)) continue;
-    vorn_rect boxes[kPlateChars];
-    if (plate_segment(&w->patch, w->ink, boxes) != kPlateChars) continue;
-    plate_found &f = found[n++];
+    plate_found &f = found[n];
+    f.count = plate_segment(&w->patch, w->ink, f.boxes, &f.first);
+    if (f.count < kPlateChars) continue;
+    ++n;
     f.region = region;
-    f.angle = map.angle_deg;
-    f.rect = plate_frame_rect(map, boxes, kPlateChars, grey->width, grey->height);
-    for (int c = 0; c < kPlateChars; ++c) plate_features(w->ink, (int)w->patch.width, boxes[c], f.features[c]);
+    f.map = map;
+    for (int c = 0; c < f.count; ++c) plate_features(w->ink, (int)w->patch.width, f.boxes[c], f.features[c]);
   }
   return n;
 }

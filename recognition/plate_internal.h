@@ -31,10 +31,12 @@ constexpr int kPlateMaxSegments = 48;
 // straddle a zone line count for each side by their overlap), f[12] the box's width / height.
 void plate_features(const uint8_t *ink, int stride, const vorn_rect &box, double *f);
 
-// Finds the characters of a deskewed patch: binarises it with the Otsu threshold of its band (ink = dark), then
-// cuts the column profile of the character rows into boxes. `ink` receives the patch's mask (width x kPatchH).
-// Returns the number of boxes (kPlateChars on success, 0 when the patch does not hold a plate-like row).
-int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes);
+// Finds the characters of a deskewed patch: binarises it with the Otsu threshold of its band (ink = dark), undoes
+// the shear, then cuts the column profile of the character rows into boxes. `ink` receives the patch's mask
+// (width x kPatchH). Returns the number of character-like boxes, left to right (at most kPlateMaxSegments), or 0
+// when there are fewer than kPlateChars; *first is where the run of kPlateChars whose heights and bottoms agree
+// best begins.
+int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes, int *first);
 
 // Work space of the deskewing stage, sized at create for a frame.
 struct plate_rectify_work {
@@ -77,13 +79,18 @@ struct plate_work {
 bool plate_work_alloc(plate_work *w, uint32_t width, uint32_t height);
 void plate_work_free(plate_work *w);
 
-// A candidate that held a row of characters.
+// A candidate that held a row of characters: its character-like boxes in the patch and their features.
 struct plate_found {
   vorn_rect region;  // the region that was deskewed
-  vorn_rect rect;    // the character row in the frame
-  double angle;      // degrees
-  double features[kPlateChars][kPlateFeatures];
+  plate_patch_map map;
+  int count;         // boxes, >= kPlateChars
+  int first;         // start of the best-agreeing run of kPlateChars
+  vorn_rect boxes[kPlateMaxSegments];
+  double features[kPlateMaxSegments][kPlateFeatures];
 };
+
+// The frame rectangle of the run of kPlateChars boxes starting at `start`.
+vorn_rect plate_row_rect(const plate_found &f, int start, uint32_t width, uint32_t height);
 
 // Runs location, deskewing and segmentation on a grey frame; returns how many candidates (<= max, in the order of
 // location) held a row of characters. `p` must have its character heights filled in.

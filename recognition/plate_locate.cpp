@@ -136,7 +136,7 @@ int plate_locate(const vorn_mono_image *grey, const vorn_plate_params &p, plate_
     const int32_t *b = boxes + i * kBoxWords;
     const int bw = b[kBoxR] - b[kBoxL], bh = b[kBoxB] - b[kBoxT];
     if (bh * 10 < (int)p.min_char_height * 6 || bh * 10 > (int)p.max_char_height * 22) continue;
-    if (bw * 10 < bh * 20 || bw > bh * 15) continue;
+    if (bw * 10 < bh * 12 || bw > bh * 15) continue;
     if ((int64_t)b[kBoxCount] * 10 < (int64_t)bw * bh * 3) continue;
     int at = n < max ? n : max;
     while (at > 0 && counts[at - 1] < b[kBoxCount]) --at;

@@ -55,9 +55,10 @@ extern "C" VORN_API vorn_result vorn_plate_get_debug_image(vorn_plate *plate, co
     vorn_rect cands[kPlateMaxCandidates];
     plate_locate(&grey, plate->params, &w.locate, cands, kPlateMaxCandidates, &thr);
     plate_patch_map map;
-    vorn_rect boxes[kPlateChars];
+    vorn_rect boxes[kPlateMaxSegments];
+    int first;
     if (plate_rectify(&grey, plate->best_region, thr, &w.rectify, &w.patch, &map))
-      plate_segment(&w.patch, w.ink, boxes);
+      plate_segment(&w.patch, w.ink, boxes, &first);
   }
   if (!w.patch.width) return VORN_OK;
   vorn_mono_image ink = {w.patch.width, kPatchH, w.ink};

@@ -71,8 +71,9 @@ void plate_despeckle(uint8_t *ink, int w) {
   for (int i = 0; i < w * kPatchH; ++i) ink[i] = ink[i] == 1;
 }
 
-// The box of the ink in columns [l, r): the character rows, grown by up to two rows while the next row holds ink
-// that does not run across the whole piece (a border line does), then the columns trimmed to the ink.
+// The box of the ink in columns [l, r): the character rows, grown by up to three rows while the next row holds
+// ink in the piece that is not part of a run longer than a character is tall (a border line), then the columns
+// trimmed to the ink.
 bool plate_box(const uint8_t *ink, int w, int l, int r, int b0, int b1, vorn_rect *box) {
   auto ink_count = [&](int v) {
     const uint8_t *row = ink + (size_t)v * w;
@@ -88,11 +89,21 @@ bool plate_box(const uint8_t *ink, int w, int l, int r, int b0, int b1, vorn_rec
     }
   if (top < 0) return false;
   auto grows = [&](int v) {
-    const int n = ink_count(v);
-    return n > 0 && n * 10 < (r - l) * 8;
+    const uint8_t *row = ink + (size_t)v * w;
+    bool any = false;
+    for (int u = l; u < r; ++u) {
+      if (!row[u]) continue;
+      any = true;
+      int a = u, b = u;
+      while (a > 0 && row[a - 1]) --a;
+      while (b < w - 1 && row[b + 1]) ++b;
+      if (b - a + 1 > kPatchBand * 6 / 5) return false;
+      u = b;
+    }
+    return any;
   };
-  for (int k = 0; k < 2 && top == b0 - k && top > 0 && grows(top - 1); ++k) --top;
-  for (int k = 0; k < 2 && bottom == b1 + k && bottom < kPatchH - 1 && grows(bottom + 1); ++k) ++bottom;
+  for (int k = 0; k < 3 && top == b0 - k && top > 0 && grows(top - 1); ++k) --top;
+  for (int k = 0; k < 3 && bottom == b1 + k && bottom < kPatchH - 1 && grows(bottom + 1); ++k) ++bottom;
   int lo = r, hi = l - 1;
   for (int v = top; v <= bottom; ++v) {
     const uint8_t *row = ink + (size_t)v * w;
@@ -106,14 +117,15 @@ bool plate_box(const uint8_t *ink, int w, int l, int r, int b0, int b1, vorn_rec
   return true;
 }
 
-// Whether a box can be a character of height about `ch`: tall enough, not a border line, not a solid block.
+// Whether a box can be a character of height about `ch`: tall enough, not a border line, not a solid block (a
+// narrow solid box is the stem of a 1, I or T whose bar was lost to the border and is kept).
 bool plate_char_like(const uint8_t *ink, int w, const vorn_rect &b, int ch) {
   const int bw = b.right - b.left, bh = b.bottom - b.top;
   if (bh * 100 < ch * 55 || bw * 100 < ch * 18 || bw * 100 > ch * 105) return false;
   int filled = 0;
   for (int v = b.top; v < b.bottom; ++v)
     for (int u = b.left; u < b.right; ++u) filled += ink[(size_t)v * w + u];
-  return filled * 10 <= bw * bh * 8;
+  return bw * 5 < ch * 2 || filled * 10 <= bw * bh * 8;
 }
 
 int compare_int(const void *a, const void *b) { return *(const int *)a - *(const int *)b; }
@@ -157,7 +169,8 @@ void plate_unshear(uint8_t *ink, int w, int b0, int b1) {
 
 }  // namespace
 
-int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes) {
+int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes, int *first) {
+  *first = 0;
   const int w = (int)patch->width;
   if (w < 16 || w > kPatchW || patch->height != (uint32_t)kPatchH) return 0;
   // The threshold comes from the band without the margins the deskewing adds around the edges (which show what
@@ -246,8 +259,9 @@ int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes) 
       cost += labs((long)(cand[s + i].bottom - cand[s + i].top) - mh) + labs((long)cand[s + i].bottom - mb);
     if (best < 0 || cost < best_cost) best = s, best_cost = cost;
   }
-  for (int i = 0; i < kPlateChars; ++i) boxes[i] = cand[best + i];
-  return kPlateChars;
+  for (int i = 0; i < nc; ++i) boxes[i] = cand[i];
+  *first = best;
+  return nc;
 }
 
 }  // namespace vorn

@@ -73,8 +73,10 @@ TEST(PlateSegment, FindsSevenBoxesBesideBorderAndSplitsTouchingOnes) {
   }
   vorn_mono_image img = p.image();
   std::vector<uint8_t> ink(img.width * img.height);
-  vorn_rect boxes[7];
-  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes), 7);
+  vorn_rect boxes[vorn::kPlateMaxSegments];
+  int first = -1;
+  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes, &first), 7);
+  EXPECT_EQ(first, 0);
   for (int i = 0; i < 7; ++i) {
     EXPECT_EQ(boxes[i].left, lefts[i]) << i;
     EXPECT_EQ(boxes[i].right, lefts[i] + 20) << i;
@@ -87,7 +89,7 @@ TEST(PlateSegment, FindsSevenBoxesBesideBorderAndSplitsTouchingOnes) {
 
   // Two characters that touch through a joining bar are cut apart at the thinnest columns.
   p.fill(lefts[2] + 20, top + 14, lefts[3], top + 17);
-  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes), 7);
+  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes, &first), 7);
   EXPECT_EQ(boxes[0].left, lefts[0]);
   EXPECT_EQ(boxes[6].right, lefts[6] + 20);
 
@@ -95,9 +97,9 @@ TEST(PlateSegment, FindsSevenBoxesBesideBorderAndSplitsTouchingOnes) {
   Patch six(240);
   for (int i = 0; i < 6; ++i) six.outline(16 + i * 30, top, 36 + i * 30, bottom);
   vorn_mono_image img6 = six.image();
-  EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes), 0);
+  EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes, &first), 0);
   six.fill(16 + 6 * 30, top, 36 + 6 * 30, bottom);
-  EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes), 0);
+  EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes, &first), 0);
 }
 
 vorn_plate_params reader_params(const std::string &dir) {

@@ -107,10 +107,10 @@ int main(int argc, char **argv) {
     vorn::plate_found found[vorn::kPlateMaxCandidates];
     const int n = vorn::plate_find(&img, params, &work, found, vorn::kPlateMaxCandidates);
     for (int k = 0; k < n; ++k) {
-      if (!overlaps(found[k].rect, truth.row_left, truth.row_top, truth.row_right, truth.row_bottom)) continue;
+      if (!overlaps(vorn::plate_row_rect(found[k], found[k].first, params.width, params.height), truth.row_left, truth.row_top, truth.row_right, truth.row_bottom)) continue;
       for (int c = 0; c < VORN_PLATE_CHARS; ++c) {
         Sample s;
-        memcpy(s.f, found[k].features[c], sizeof s.f);
+        memcpy(s.f, found[k].features[found[k].first + c], sizeof s.f);
         s.cls = (int)(strchr(kAll, truth.text[c]) - kAll);
         samples.push_back(s);
       }
