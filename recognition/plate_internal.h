@@ -2,8 +2,9 @@
 //
 // The road of one frame: grey frame -> vertical-edge mask closed along rows -> connected regions whose shape fits
 // a row of characters (candidates) -> for each candidate the skew angle and the character band, a deskewed patch
-// with the band 30 pixels tall -> Otsu binarisation of the patch -> character boxes from the column profile ->
-// 13 features per box -> the network chosen by the layout position.
+// with the band 30 pixels tall -> Otsu binarisation of the patch, shear undone -> character boxes from the
+// column profile -> 13 features per box -> every run of seven boxes read by the networks chosen by the layout
+// positions, the most certain reading kept.
 #ifndef VORN_RECOGNITION_PLATE_INTERNAL_H
 #define VORN_RECOGNITION_PLATE_INTERNAL_H
 
