@@ -1,5 +1,5 @@
 // Locating plate candidates: a row of characters is a band dense in vertical edges. Vertical-edge pixels are
-// closed along rows (gaps up to 0.6 of the largest character height), vertical runs shorter than half the
+// closed along rows (gaps up to 0.8 of the largest character height), vertical runs shorter than half the
 // smallest character height are dropped, and the connected regions whose shape fits a character row are kept.
 #include "recognition/plate_internal.h"
 
@@ -53,7 +53,7 @@ int plate_locate(const vorn_mono_image *grey, const vorn_plate_params &p, plate_
     }
   }
   // Close along rows.
-  const int gap = (int)(p.max_char_height * 6 / 10);
+  const int gap = (int)(p.max_char_height * 8 / 10);
   for (int y = 0; y < h; ++y) {
     uint8_t *m = tmp + (size_t)y * w;
     int last = -1;
