@@ -9,6 +9,8 @@
 #include "vorn_core.h"
 #include "vorn_image.h"
 #include "vorn_matrix.h"
+#include "vorn_bpnn.h"
+#include "vorn_plate.h"
 #include "vorn_imgproc.h"
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
