@@ -48,9 +48,10 @@ install:
 	cmake --build build/dist -j $(JOBS)
 	cmake --install build/dist
 
-# The Windows DLLs (32- and 64-bit, the 64-bit tests under wine64) and the 32-bit Linux tests under qemu-i386.
+# The Windows DLLs (32- and 64-bit, the 64-bit tests under wine64) and the 32-bit Linux tests under qemu-i386;
+# PLATFORMS="win32 win64 linux32" picks some of them.
 test-platforms:
-	@JOBS=$(JOBS) scripts/test-platforms.sh
+	@JOBS=$(JOBS) scripts/test-platforms.sh $(PLATFORMS)
 
 clean:
 	rm -rf build

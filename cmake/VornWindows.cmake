@@ -24,3 +24,6 @@ endif()
 # (under wine too) without the compiler's runtime DLLs.
 target_compile_definitions(vornbase_static INTERFACE VORN_STATIC)
 target_link_options(vornbase_static INTERFACE -static)
+
+# glibc declares M_PI and the other maths constants in every C++ mode; MinGW's <math.h> only on request.
+add_compile_definitions(_USE_MATH_DEFINES)

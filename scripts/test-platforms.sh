@@ -18,16 +18,19 @@ mkdir -p "$out"
 now() { date +%s; }
 elapsed() { echo "$(( $(now) - $1 ))s"; }
 
-# gtest_prefix NAME TOOLCHAIN: GoogleTest built for a target, installed under build/platforms/gtest-NAME.
+# gtest_prefix NAME TOOLCHAIN: GoogleTest built for a target, installed under build/platforms/gtest-NAME (again
+# whenever the toolchain file changes).
 gtest_prefix() {
   prefix=$out/gtest-$1
-  if [ ! -f "$prefix/.built" ]; then
+  stamp=$(cksum < "$src/cmake/toolchains/$2.cmake")
+  if [ "$(cat "$prefix/.built" 2>/dev/null)" != "$stamp" ]; then
+    rm -rf "$prefix" "$out/gtest-$1-build"
     cmake -S /usr/src/googletest -B "$out/gtest-$1-build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
       -DCMAKE_TOOLCHAIN_FILE="$src/cmake/toolchains/$2.cmake" -DCMAKE_INSTALL_PREFIX="$prefix" \
       -DBUILD_GMOCK=OFF -DINSTALL_GTEST=ON -Dgtest_disable_pthreads=ON > "$out/gtest-$1.log"
     cmake --build "$out/gtest-$1-build" -j "$jobs" >> "$out/gtest-$1.log"
     cmake --install "$out/gtest-$1-build" >> "$out/gtest-$1.log"
-    touch "$prefix/.built"
+    echo "$stamp" > "$prefix/.built"
   fi
   echo "$prefix"
 }
