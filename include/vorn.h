@@ -17,6 +17,7 @@
 #include "vorn_geometry.h"
 #include "vorn_contour.h"
 #include "vorn_histogram.h"
+#include "vorn_meanshift.h"
 #include "vorn_obj_maker.h"
 
 #endif /* VORN_H */
