@@ -1,6 +1,5 @@
 // Bitmaps (bitmap objects and raw bottom-up 24- or 32-bit rows) into planar RGB, YUV and HSV images.
 // Stored row s is image row h - 1 - s; pixel bytes are B, G, R (and an unused fourth byte in 32-bit rows).
-#include "color/color_rules.h"
 #include "color/convert_rows.h"
 #include "color/frame_layout.h"
 #include "core/bitmap.h"
@@ -11,9 +10,6 @@ namespace {
 
 enum class Target { kRgb, kYuv, kHsv };
 
-void bgr_to_hsv_row(const uint8_t *src, uint32_t bpp, uint8_t *h, uint8_t *s, uint8_t *v, int width) {
-  for (int x = 0; x < width; ++x, src += bpp) rgb_to_hsv(src[2], src[1], src[0], &h[x], &s[x], &v[x]);
-}
 
 // Walks the stored rows of a bitmap of the image's size into the image.
 void bmp_rows_to_image(const uint8_t *pixels, uint32_t bits, vorn_image *img, Target target) {
@@ -21,14 +17,16 @@ void bmp_rows_to_image(const uint8_t *pixels, uint32_t bits, vorn_image *img, Ta
   PackedRowFn fn = nullptr;
   if (target == Target::kRgb) fn = bits == 24 ? k->bgr24_to_rgb : k->bgr32_to_rgb;
   if (target == Target::kYuv) fn = bits == 24 ? k->bgr24_to_yuv : k->bgr32_to_yuv;
+  PackedRowFn to_rgb = bits == 24 ? k->bgr24_to_rgb : k->bgr32_to_rgb;
+  size_t bpp = bits / 8;
   size_t w = img->width, h = img->height, stride = (size_t)bmp_stride((int64_t)w, bits);
   for (size_t s = 0; s < h; ++s, pixels += stride) {
     size_t row = h - 1 - s;
     if (fn)
       fn(pixels, plane_row(img, 0, row), plane_row(img, 1, row), plane_row(img, 2, row), (int)w);
     else
-      bgr_to_hsv_row(pixels, bits / 8, plane_row(img, 0, row), plane_row(img, 1, row), plane_row(img, 2, row),
-                     (int)w);
+      row_to_hsv_via_rgb(k, (int)w, plane_row(img, 0, row), plane_row(img, 1, row), plane_row(img, 2, row),
+                         [&](int x, int n, uint8_t *r, uint8_t *g, uint8_t *b) { to_rgb(pixels + bpp * x, r, g, b, n); });
   }
 }
 

@@ -75,11 +75,12 @@ VORN_API vorn_result vorn_image_hsv_to_rgb(const vorn_image *src, vorn_image *ds
 VORN_API vorn_result vorn_image_yuv_to_hsv(const vorn_image *src, vorn_image *dst) {
   vorn_result rc = check_pair(src, VORN_FORMAT_YUV, dst, VORN_FORMAT_HSV);
   if (rc) return rc;
-  size_t n = area(src->width, src->height);
-  for (size_t i = 0; i < n; ++i) {
-    uint8_t r, g, b;
-    yuv_to_rgb(src->plane[0][i], src->plane[1][i], src->plane[2][i], &r, &g, &b);
-    rgb_to_hsv(r, g, b, &dst->plane[0][i], &dst->plane[1][i], &dst->plane[2][i]);
+  const ColorKernels *k = color_kernels();
+  size_t w = src->width;
+  for (size_t r = 0, off = 0; r < src->height; ++r, off += w) {
+    const uint8_t *y = src->plane[0] + off, *u = src->plane[1] + off, *v = src->plane[2] + off;
+    row_to_hsv_via_rgb(k, (int)w, dst->plane[0] + off, dst->plane[1] + off, dst->plane[2] + off,
+                       [&](int x, int n, uint8_t *rr, uint8_t *gg, uint8_t *bb) { k->yuv_to_rgb(y + x, u + x, v + x, rr, gg, bb, n); });
   }
   return VORN_OK;
 }
@@ -99,8 +100,10 @@ VORN_API vorn_result vorn_image_hsv_to_yuv(const vorn_image *src, vorn_image *ds
 VORN_API vorn_result vorn_image_rgb_to_y(const vorn_image *src, vorn_mono_image *dst) {
   vorn_result rc = check_mono(src, VORN_FORMAT_RGB, dst);
   if (rc) return rc;
-  size_t n = area(src->width, src->height);
-  for (size_t i = 0; i < n; ++i) dst->data[i] = rgb_to_y_trunc(src->plane[0][i], src->plane[1][i], src->plane[2][i]);
+  const ColorKernels *k = color_kernels();
+  size_t w = src->width;
+  for (size_t r = 0, off = 0; r < src->height; ++r, off += w)
+    k->rgb_to_y(src->plane[0] + off, src->plane[1] + off, src->plane[2] + off, dst->data + off, (int)w);
   return VORN_OK;
 }
 
@@ -116,19 +119,28 @@ VORN_API vorn_result vorn_image_y_to_rgb(const vorn_mono_image *src, vorn_image 
 VORN_API vorn_result vorn_image_rgb_to_h(const vorn_image *src, vorn_mono_image *dst) {
   vorn_result rc = check_mono(src, VORN_FORMAT_RGB, dst);
   if (rc) return rc;
-  size_t n = area(src->width, src->height);
-  for (size_t i = 0; i < n; ++i) dst->data[i] = rgb_to_h(src->plane[0][i], src->plane[1][i], src->plane[2][i]);
+  const ColorKernels *k = color_kernels();
+  size_t w = src->width;
+  for (size_t r = 0, off = 0; r < src->height; ++r, off += w) {
+    // S and V of each chunk land in scratch rows.
+    uint8_t s[kHsvChunk], v[kHsvChunk];
+    for (size_t x = 0; x < w; x += kHsvChunk) {
+      int n = (int)(w - x < (size_t)kHsvChunk ? w - x : (size_t)kHsvChunk);
+      k->rgb_to_hsv(src->plane[0] + off + x, src->plane[1] + off + x, src->plane[2] + off + x, dst->data + off + x, s, v, n);
+    }
+  }
   return VORN_OK;
 }
 
 VORN_API vorn_result vorn_image_yuv_to_h(const vorn_image *src, vorn_mono_image *dst) {
   vorn_result rc = check_mono(src, VORN_FORMAT_YUV, dst);
   if (rc) return rc;
-  size_t n = area(src->width, src->height);
-  for (size_t i = 0; i < n; ++i) {
-    uint8_t r, g, b;
-    yuv_to_rgb(src->plane[0][i], src->plane[1][i], src->plane[2][i], &r, &g, &b);
-    dst->data[i] = rgb_to_h(r, g, b);
+  const ColorKernels *k = color_kernels();
+  size_t w = src->width;
+  for (size_t r = 0, off = 0; r < src->height; ++r, off += w) {
+    const uint8_t *y = src->plane[0] + off, *u = src->plane[1] + off, *v = src->plane[2] + off;
+    row_to_hsv_via_rgb(k, (int)w, dst->data + off, nullptr, nullptr,
+                       [&](int x, int n, uint8_t *rr, uint8_t *gg, uint8_t *bb) { k->yuv_to_rgb(y + x, u + x, v + x, rr, gg, bb, n); });
   }
   return VORN_OK;
 }

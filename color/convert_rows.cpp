@@ -73,17 +73,25 @@ void i420_to_yuv_row_c(const uint8_t *y, const uint8_t *u, const uint8_t *v, uin
   }
 }
 
+void rgb_to_y_row_c(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width) {
+  for (int x = 0; x < width; ++x) y[x] = rgb_to_y_trunc(r[x], g[x], b[x]);
+}
+
 namespace {
 
 const ColorKernels kScalar = {rgb_to_yuv_row_c,   yuv_to_rgb_row_c,   rgb_to_hsv_row_c,  bgr24_to_rgb_row_c,
                               bgr32_to_rgb_row_c, bgr24_to_yuv_row_c, bgr32_to_yuv_row_c, yuyv_to_rgb_row_c,
-                              yuyv_to_yuv_row_c,  i420_to_rgb_row_c,  i420_to_yuv_row_c};
+                              yuyv_to_yuv_row_c,  i420_to_rgb_row_c,  i420_to_yuv_row_c,
+                              rgb_to_y_row_c};
 
 }  // namespace
 
 const ColorKernels *color_kernels_c() { return &kScalar; }
 
 const ColorKernels *color_kernels() {
+  // The vector kernels compute the table rule from its constants; until the tables are built (all zero) only
+  // the table-driven scalar kernels give the tables' results.
+  if (g_color_tables.ry[0] != 128) return &kScalar;
   uint32_t f = cpu_flags();
   const ColorKernels *k = nullptr;
   if (f & kCpuAvx2) k = color_kernels_avx2();

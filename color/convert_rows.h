@@ -26,6 +26,7 @@ struct ColorKernels {
   PackedRowFn yuyv_to_yuv;   // both chroma planes take the V byte of the pair
   PlanarRowFn i420_to_rgb;   // Y row, chroma rows (pixel x uses chroma x / 2)
   PlanarRowFn i420_to_yuv;
+  void (*rgb_to_y)(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width);  // truncated
 };
 
 // Scalar rules.
@@ -46,8 +47,24 @@ void i420_to_rgb_row_c(const uint8_t *y, const uint8_t *u, const uint8_t *v, uin
 void i420_to_yuv_row_c(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint8_t *oy, uint8_t *ou,
                        uint8_t *ov, int width);
 
+void rgb_to_y_row_c(const uint8_t *r, const uint8_t *g, const uint8_t *b, uint8_t *y, int width);
+
 // The kernels for this CPU (less the features masked off for tests).
 const ColorKernels *color_kernels();
+
+// HSV by way of RGB, a chunk of a row at a time through stack buffers, so that every HSV path runs on the same
+// (vector) kernels as RGB: to_rgb(x, n, r, g, b) fills n pixels starting at x (x and n even), then the chunk is
+// turned into H, S, V (s and v may be null when only H is wanted).
+constexpr int kHsvChunk = 256;
+template <class ToRgb>
+void row_to_hsv_via_rgb(const ColorKernels *k, int width, uint8_t *h, uint8_t *s, uint8_t *v, ToRgb to_rgb) {
+  uint8_t r[kHsvChunk], g[kHsvChunk], b[kHsvChunk], spare_s[kHsvChunk], spare_v[kHsvChunk];
+  for (int x = 0; x < width; x += kHsvChunk) {
+    int n = width - x < kHsvChunk ? width - x : kHsvChunk;
+    to_rgb(x, n, r, g, b);
+    k->rgb_to_hsv(r, g, b, h + x, s ? s + x : spare_s, v ? v + x : spare_v, n);
+  }
+}
 
 // Tables of each instruction set, or null where the build has none; for tests comparing them with the scalar.
 const ColorKernels *color_kernels_c();

@@ -40,7 +40,8 @@ void yuyv_to_image(const uint8_t *f, vorn_image *img, Target t) {
     } else if (t == Target::kYuv) {
       k->yuyv_to_yuv(row, plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r), (int)even);
     } else {
-      for (int64_t x = 0; x < even; ++x) put(t, img, base + x, row[2 * x], row[4 * (x >> 1) + 1], row[4 * (x >> 1) + 3]);
+      row_to_hsv_via_rgb(k, (int)even, plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r),
+                         [&](int x, int n, uint8_t *rr, uint8_t *gg, uint8_t *bb) { k->yuyv_to_rgb(row + 2 * x, rr, gg, bb, n); });
     }
     if (w & 1) {
       int64_t x = w - 1;
@@ -55,12 +56,19 @@ void i420_to_image(const uint8_t *f, vorn_image *img, Target t) {
   const ColorKernels *k = color_kernels();
   int64_t w = img->width, h = img->height, need = (w + 1) / 2;
   Yuv420Layout L(w, h);
-  PlanarRowFn fn = t == Target::kRgb ? k->i420_to_rgb : t == Target::kYuv ? k->i420_to_yuv : nullptr;
+  PlanarRowFn fn = t == Target::kRgb ? k->i420_to_rgb : k->i420_to_yuv;
   for (int64_t r = 0; r < h; ++r) {
     int64_t c = (r + 1) / 2, uo = L.u + c * L.cw, vo = L.v + c * L.cw;
     const uint8_t *y = f + r * w;
-    if (fn && L.inside(uo, need) && L.inside(vo, need)) {
-      fn(y, f + uo, f + vo, plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r), (int)w);
+    if (L.inside(uo, need) && L.inside(vo, need)) {
+      const uint8_t *u = f + uo, *v = f + vo;
+      if (t != Target::kHsv)
+        fn(y, u, v, plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r), (int)w);
+      else
+        row_to_hsv_via_rgb(k, (int)w, plane_row(img, 0, r), plane_row(img, 1, r), plane_row(img, 2, r),
+                           [&](int x, int n, uint8_t *rr, uint8_t *gg, uint8_t *bb) {
+                             k->i420_to_rgb(y + x, u + x / 2, v + x / 2, rr, gg, bb, n);
+                           });
       continue;
     }
     size_t base = (size_t)(r * w);

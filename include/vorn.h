@@ -13,6 +13,7 @@
 #include "vorn_pyramid.h"
 #include "vorn_opticalflow.h"
 #include "vorn_features.h"
+#include "vorn_imgproc.h"
 #include "vorn_color.h"
 #include "vorn_geometry.h"
 #include "vorn_contour.h"

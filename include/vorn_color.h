@@ -109,6 +109,43 @@ VORN_API vorn_result vorn_image_mono_to_bmp(const vorn_mono_image *mono, vorn_bm
 VORN_API vorn_result vorn_image_yv14_to_yuv420(uint8_t *src, uint8_t *dst, uint8_t *scratch, uint32_t width,
                                                uint32_t height);
 
+/* --- quarter size, cropping, drawing ---
+ * Decimation only: output pixel (x, y) is input pixel (2x, 2y) unless stated. w, h are the source's size. */
+/* dst w / 2 x h / 2, same format (else VORN_E_PARAM). Destination row y comes from source row 3y; rows past
+ * the source repeat its last row. */
+VORN_API vorn_result vorn_image_quater(const vorn_image *src, vorn_image *dst);
+/* Bitmap objects: src twice dst's size, equal bit counts of 24 or 32 (else VORN_E_PARAM); B, G, R copied. */
+VORN_API vorn_result vorn_image_bmp_quater(const vorn_bmp *src, vorn_bmp *dst);
+/* Raw 24-bit rows of w x h into rows of w / 2 x h / 2. */
+VORN_API vorn_result vorn_image_bmp24_quater(const uint8_t *src, uint8_t *dst, uint32_t width, uint32_t height);
+/* Raw 32-bit pixels, but rows stepped by 24-bit strides: per output row the source moves by twice the 24-bit
+ * stride of w pixels and the destination by the 24-bit stride of w / 2 pixels. */
+VORN_API vorn_result vorn_image_bmp32_quater(const uint8_t *src, uint8_t *dst, uint32_t width, uint32_t height);
+/* 4:2:2 of w x h into 4:2:2 of w / 2 x h / 2: source pixels 0..3 of each group give Y0 U Y2 V. */
+VORN_API vorn_result vorn_image_yuv422_quater(const uint8_t *src, uint8_t *dst, uint32_t width, uint32_t height);
+/* 4:2:0 into 4:2:0 of w / 2 x h / 2; the chroma planes only when h >= 4. */
+VORN_API vorn_result vorn_image_yuv420_quater(const uint8_t *src, uint8_t *dst, uint32_t width, uint32_t height);
+/* 4:2:0 (or yv14, chroma planes V then U) into a YUV image of w / 2 x h / 2 (else VORN_E_PARAM): Y decimated,
+ * the chroma planes copied whole. */
+VORN_API vorn_result vorn_image_yuv420_to_yuv_quater(const uint8_t *src, vorn_image *dst, int32_t width,
+                                                     uint32_t height);
+VORN_API vorn_result vorn_image_yv14_to_yuv_quater(const uint8_t *src, vorn_image *dst, int32_t width,
+                                                   uint32_t height);
+/* 4:2:2 into a YUV image of w / 2 x h / 2: output pixel x of row y is source pair x of row 2y (first Y, U, V). */
+VORN_API vorn_result vorn_image_yuv422_to_yuv_quater(const uint8_t *src, vorn_image *dst, uint32_t width,
+                                                     uint32_t height);
+/* vorn_image_rect: a new image holding the part of image inside rect (clamped to the image), or NULL when that
+ * part is empty or memory runs out. Free it with vorn_image_free. */
+VORN_API vorn_image *vorn_image_rect(const vorn_image *image, vorn_rect rect);
+/* vorn_image_point: copies into dst the region of src whose top-left corner is (x, y) and whose size is dst's.
+ * The region may hang over src's edges but must overlap it, and the formats must match (else VORN_E_PARAM);
+ * dst pixels outside src are left unchanged. */
+VORN_API vorn_result vorn_image_point(const vorn_image *src, vorn_image *dst, int32_t x, int32_t y);
+/* vorn_mono_image_draw_rect: sets to 255 rows top and bottom - 1 (columns left .. right - 1) and columns left
+ * and right (rows top .. bottom - 1) of the rect clipped to the image; the right edge is one column outside the
+ * rect and is skipped when it falls outside the image. VORN_E_PARAM when the rect misses the image. */
+VORN_API vorn_result vorn_mono_image_draw_rect(vorn_mono_image *mono, const vorn_rect *rect);
+
 #ifdef __cplusplus
 }
 #endif

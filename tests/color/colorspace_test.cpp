@@ -85,45 +85,54 @@ TEST_F(ColorSpace, HandWorkedHsvPixelsAndTheRedAsymmetry) {
   EXPECT_EQ((Triple{100, 0, 75}), hsv2rgb({250, 255, 100}));
 }
 
-// Every one of the 2^24 RGB triples through the dispatched kernels, against formulas without tables.
+// Every one of the 2^24 RGB triples through the kernels of each instruction set (AVX2, SSE4.1, scalar),
+// against formulas without tables.
 TEST_F(ColorSpace, EveryRgbTripleMatchesTheFormulas) {
   Image rgb = every_rgb();
   Image yuv = make_image(4096, 4096, VORN_FORMAT_YUV), hsv = make_image(4096, 4096, VORN_FORMAT_HSV);
   Mono y(vorn_mono_image_alloc(4096, 4096)), h(vorn_mono_image_alloc(4096, 4096));
-  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv(rgb.get(), yuv.get()));
-  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb.get(), hsv.get()));
-  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_y(rgb.get(), y.get()));
-  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_h(rgb.get(), h.get()));
-  size_t bad = 0, y_differs = 0;
-  for (uint32_t i = 0; i < 4096u * 4096u && bad < 5; ++i) {
-    int r = (uint8_t)(i >> 16), g = (uint8_t)(i >> 8), b = (uint8_t)i;
-    Triple want = ref_rgb_to_yuv(r, g, b, true), got{yuv->plane[0][i], yuv->plane[1][i], yuv->plane[2][i]};
-    Triple want_hsv = ref_rgb_to_hsv(r, g, b), got_hsv{hsv->plane[0][i], hsv->plane[1][i], hsv->plane[2][i]};
-    uint8_t want_y = ref_rgb_to_yuv(r, g, b, false).a;
-    if (!(want == got) || !(want_hsv == got_hsv) || want_y != y->data[i] || want_hsv.a != h->data[i]) {
-      ++bad;
-      ADD_FAILURE() << "rgb " << r << "," << g << "," << b;
+  for (uint32_t mask : {0u, (uint32_t)vorn::kCpuAvx2, ~0u}) {
+    vorn::cpu_set_mask(mask);
+    ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv(rgb.get(), yuv.get()));
+    ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb.get(), hsv.get()));
+    ASSERT_EQ(VORN_OK, vorn_image_rgb_to_y(rgb.get(), y.get()));
+    ASSERT_EQ(VORN_OK, vorn_image_rgb_to_h(rgb.get(), h.get()));
+    vorn::cpu_set_mask(0);
+    size_t bad = 0, y_differs = 0;
+    for (uint32_t i = 0; i < 4096u * 4096u && bad < 5; ++i) {
+      int r = (uint8_t)(i >> 16), g = (uint8_t)(i >> 8), b = (uint8_t)i;
+      Triple want = ref_rgb_to_yuv(r, g, b, true), got{yuv->plane[0][i], yuv->plane[1][i], yuv->plane[2][i]};
+      Triple want_hsv = ref_rgb_to_hsv(r, g, b), got_hsv{hsv->plane[0][i], hsv->plane[1][i], hsv->plane[2][i]};
+      uint8_t want_y = ref_rgb_to_yuv(r, g, b, false).a;
+      // The truncated luma is the rounded one, or one below it when the fraction is a half or more.
+      int64_t frac = (4211LL * r + 8258LL * g + 1606LL * b) % 16384;
+      if (!(want == got) || !(want_hsv == got_hsv) || want_y != y->data[i] || want_hsv.a != h->data[i] ||
+          got.a - y->data[i] != (frac >= 8192 ? 1 : 0)) {
+        ++bad;
+        ADD_FAILURE() << "cpu mask " << mask << ", rgb " << r << "," << g << "," << b;
+      }
+      if (y->data[i] != got.a) ++y_differs;
     }
-    // The truncated luma is the rounded one, or one below it when the fraction is a half or more.
-    int64_t frac = (4211LL * r + 8258LL * g + 1606LL * b) % 16384;
-    if (y->data[i] != got.a) ++y_differs;
-    if (got.a - y->data[i] != (frac >= 8192 ? 1 : 0)) ++bad;
+    EXPECT_EQ(0u, bad);
+    EXPECT_GT(y_differs, 0u);
   }
-  EXPECT_EQ(0u, bad);
-  EXPECT_GT(y_differs, 0u);
 }
 
 TEST_F(ColorSpace, EveryYuvTripleMatchesTheFormulas) {
   Image yuv = every_rgb();
   yuv->format = VORN_FORMAT_YUV;
   Image rgb = make_image(4096, 4096, VORN_FORMAT_RGB);
-  ASSERT_EQ(VORN_OK, vorn_image_yuv_to_rgb(yuv.get(), rgb.get()));
-  size_t bad = 0;
-  for (uint32_t i = 0; i < 4096u * 4096u && bad < 5; ++i) {
-    Triple want = ref_yuv_to_rgb((uint8_t)(i >> 16), (uint8_t)(i >> 8), (uint8_t)i);
-    if (!(want == Triple{rgb->plane[0][i], rgb->plane[1][i], rgb->plane[2][i]})) {
-      ++bad;
-      ADD_FAILURE() << "yuv " << (i >> 16) << "," << ((i >> 8) & 255) << "," << (i & 255);
+  for (uint32_t mask : {0u, (uint32_t)vorn::kCpuAvx2, ~0u}) {
+    vorn::cpu_set_mask(mask);
+    ASSERT_EQ(VORN_OK, vorn_image_yuv_to_rgb(yuv.get(), rgb.get()));
+    vorn::cpu_set_mask(0);
+    size_t bad = 0;
+    for (uint32_t i = 0; i < 4096u * 4096u && bad < 5; ++i) {
+      Triple want = ref_yuv_to_rgb((uint8_t)(i >> 16), (uint8_t)(i >> 8), (uint8_t)i);
+      if (!(want == Triple{rgb->plane[0][i], rgb->plane[1][i], rgb->plane[2][i]})) {
+        ++bad;
+        ADD_FAILURE() << "cpu mask " << mask << ", yuv " << (i >> 16) << "," << ((i >> 8) & 255) << "," << (i & 255);
+      }
     }
   }
 }
@@ -153,23 +162,30 @@ TEST_F(ColorSpace, HsvToRgbStaysInRangeAndRoundTrips) {
   }
 }
 
+// Wide enough (601) that the HSV paths work through several chunks of a row.
 TEST_F(ColorSpace, CombinedConversionsAreTheStepsInTurn) {
-  Image yuv = random_image(37, 11, VORN_FORMAT_YUV, 5), hsv = random_image(37, 11, VORN_FORMAT_HSV, 6);
-  Image rgb = make_image(37, 11, 0), out_hsv = make_image(37, 11, 2), want_hsv = make_image(37, 11, 2);
-  Image out_yuv = make_image(37, 11, 1), want_yuv = make_image(37, 11, 1);
-  Mono hue(vorn_mono_image_alloc(37, 11));
+  const uint32_t W = 601, H = 11, N = W * H;
+  Image yuv = random_image(W, H, VORN_FORMAT_YUV, 5), hsv = random_image(W, H, VORN_FORMAT_HSV, 6);
+  Image rgb = make_image(W, H, 0), out_hsv = make_image(W, H, 2), want_hsv = make_image(W, H, 2);
+  Image out_yuv = make_image(W, H, 1), want_yuv = make_image(W, H, 1);
+  Mono hue(vorn_mono_image_alloc(W, H));
 
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_hsv(yuv.get(), out_hsv.get()));
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_h(yuv.get(), hue.get()));
   ASSERT_EQ(VORN_OK, vorn_image_yuv_to_rgb(yuv.get(), rgb.get()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb.get(), want_hsv.get()));
-  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_hsv->plane[p], out_hsv->plane[p], 37 * 11));
-  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, 37 * 11));
+  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_hsv->plane[p], out_hsv->plane[p], N));
+  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, N));
 
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_yuv(hsv.get(), out_yuv.get()));
   ASSERT_EQ(VORN_OK, vorn_image_hsv_to_rgb(hsv.get(), rgb.get()));
   ASSERT_EQ(VORN_OK, vorn_image_rgb_to_yuv(rgb.get(), want_yuv.get()));
-  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_yuv->plane[p], out_yuv->plane[p], 37 * 11));
+  for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(want_yuv->plane[p], out_yuv->plane[p], N));
+
+  Image rgb_src = random_image(W, H, VORN_FORMAT_RGB, 7);
+  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_h(rgb_src.get(), hue.get()));
+  ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb_src.get(), want_hsv.get()));
+  EXPECT_EQ(0, memcmp(want_hsv->plane[0], hue->data, N));
 }
 
 TEST_F(ColorSpace, MonoIsCopiedIntoEveryPlaneUnscaled) {

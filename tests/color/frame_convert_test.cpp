@@ -97,7 +97,7 @@ TEST_F(Frames, BitmapLumaRoundsOnlyIntoYuvImages) {
 
 TEST_F(Frames, BitmapRoundTripsThroughEveryModel) {
   for (uint32_t bits : {24u, 32u}) {
-    for (uint32_t w : {1u, 3u, 6u, 17u}) {
+    for (uint32_t w : {1u, 3u, 6u, 17u, 301u}) {
       Image rgb = random_image(w, 5, VORN_FORMAT_RGB, w + bits);
       Bmp bmp = make_bmp(w, 5, bits);
       Image back = make_image(w, 5, VORN_FORMAT_RGB), hsv = make_image(w, 5, VORN_FORMAT_HSV);
@@ -225,7 +225,9 @@ TEST_F(Frames, ImagesIntoYuvFramesUseTruncatedLuma) {
         EXPECT_EQ(t.b, f422[y * 12 + 2 * x - 1]);
         EXPECT_EQ(t.c, f422[y * 12 + 2 * x + 1]);
       }
-      if ((x & 1) && y == 1) EXPECT_EQ(t.b, f420[24 + 3 + x / 2]);
+      if ((x & 1) && y == 1) {
+        EXPECT_EQ(t.b, f420[24 + 3 + x / 2]);
+      }
     }
   // HSV goes through RGB first.
   Image via = make_image(6, 4, VORN_FORMAT_RGB);
@@ -351,6 +353,20 @@ TEST_F(Frames, TableConvertsEveryTypeIntoEveryFormat) {
   odd->format = 9;
   EXPECT_EQ(VORN_E_PARAM, vorn::frame_to_image(buf.data(), 1, odd.get()));
   EXPECT_EQ(VORN_E_NULL, vorn::frame_to_image(buf.data(), 1, nullptr));
+}
+
+// Frames into HSV images are frames into RGB followed by RGB -> HSV, on rows of several chunks.
+TEST_F(Frames, FramesIntoHsvAreRgbThenHsv) {
+  const uint32_t w = 602, h = 5;
+  std::vector<uint8_t> buf = vorn_test::random_bytes(w * 4 * h, 12);
+  for (uint32_t type = 1; type <= 4; ++type) {
+    Image hsv = make_image(w, h, VORN_FORMAT_HSV), rgb = make_image(w, h, VORN_FORMAT_RGB);
+    Image want = make_image(w, h, VORN_FORMAT_HSV);
+    ASSERT_EQ(VORN_OK, vorn::frame_to_image(buf.data(), type, hsv.get()));
+    ASSERT_EQ(VORN_OK, vorn::frame_to_image(buf.data(), type, rgb.get()));
+    ASSERT_EQ(VORN_OK, vorn_image_rgb_to_hsv(rgb.get(), want.get()));
+    EXPECT_TRUE(same_planes(hsv.get(), want.get())) << type;
+  }
 }
 
 // Every size up to 9 x 9 against frames of exactly their documented size: the sanitizers see any stray byte.
