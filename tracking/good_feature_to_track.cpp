@@ -5,6 +5,8 @@
 
 #include "core/cpu.h"
 #include "core/memory.h"
+#include "imgproc/edge_rows.h"
+#include "tracking/corner_grey.h"
 #include "tracking/corner_rows.h"
 #include "vorn_features.h"
 #include "vorn_imgproc.h"
@@ -15,42 +17,64 @@ namespace {
 
 // Work buffers of one call, all zero-filled blocks.
 struct Work {
-  int32_t *dxx = nullptr, *dyy = nullptr, *dxy = nullptr;  // derivatives, then their products
-  double *lambda = nullptr;                                // smaller eigenvalue per pixel (0 on the border)
-  uint32_t *cand = nullptr;                                // candidate pixel indices
-  int32_t *rows = nullptr;                                 // 6 rows: column sums and box sums of the products
-  int32_t *cell_head = nullptr, *cell_next = nullptr;      // accepted points by grid cell
+  double *lambda = nullptr;                             // smaller eigenvalue per pixel (0 on the border)
+  int32_t *rows = nullptr;                              // derivative ring (6 rows) and sums (6 rows)
+  uint32_t *cand = nullptr;                             // candidate pixel indices
+  int32_t *cell_head = nullptr, *cell_next = nullptr;  // accepted points by grid cell
   void release() {
-    block_release(dxx);
-    block_release(dyy);
-    block_release(dxy);
     block_release(lambda);
-    block_release(cand);
     block_release(rows);
+    block_release(cand);
     block_release(cell_head);
     block_release(cell_next);
   }
 };
 
-// Fills lambda for the interior pixels and returns the largest value.
-double eigen_map(const Work &wk, int32_t w, int32_t h) {
-  int32_t *col_xx = wk.rows, *col_yy = col_xx + w, *col_xy = col_yy + w;
+// Fills lambda for the interior pixels from the grey plane and returns the largest value. The Sobel
+// derivatives (the edge operators' row kernels) are made three rows at a time; the derivative image's border
+// rows and columns are zero.
+double eigen_map(const Work &wk, const uint8_t *grey, int32_t w, int32_t h) {
+  int32_t *ring_x[3], *ring_y[3];
+  for (int k = 0; k < 3; ++k) {
+    ring_x[k] = wk.rows + (size_t)k * w;
+    ring_y[k] = wk.rows + (size_t)(3 + k) * w;
+  }
+  int32_t *col_xx = wk.rows + (size_t)6 * w, *col_yy = col_xx + w, *col_xy = col_yy + w;
   int32_t *sxx = col_xy + w, *syy = sxx + w, *sxy = syy + w;
+  const EdgeRowKernels &kr = edge_row_kernels();
   const bool sse2 = (cpu_flags() & kCpuSse2) != 0;
+  // Derivative row y into ring slot y % 3 (zero for the first and last rows).
+  auto deriv_row = [&](int32_t y) {
+    int32_t *dx = ring_x[y % 3], *dy = ring_y[y % 3];
+    if (y == 0 || y == h - 1) {
+      memset(dx, 0, (size_t)w * sizeof(int32_t));
+      memset(dy, 0, (size_t)w * sizeof(int32_t));
+      return;
+    }
+    const uint8_t *r1 = grey + (size_t)y * w;
+    kr.deriv[0](r1 - w, r1, r1 + w, dx + 1, (uint32_t)(w - 2));
+    kr.deriv[1](r1 - w, r1, r1 + w, dy + 1, (uint32_t)(w - 2));
+    dx[0] = dx[w - 1] = dy[0] = dy[w - 1] = 0;
+  };
   double mx = 0.0;
+  if (w < 3 || h < 3) return mx;
+  deriv_row(0);
+  deriv_row(1);
   for (int32_t y = 1; y + 1 < h; ++y) {
-    const size_t up = (size_t)(y - 1) * w, mid = up + w, dn = mid + w;
+    deriv_row(y + 1);
+    const int32_t *ux = ring_x[(y - 1) % 3], *mx_ = ring_x[y % 3], *dx_ = ring_x[(y + 1) % 3];
+    const int32_t *uy = ring_y[(y - 1) % 3], *my = ring_y[y % 3], *dy_ = ring_y[(y + 1) % 3];
     for (int32_t x = 0; x < w; ++x) {
-      col_xx[x] = wk.dxx[up + x] + wk.dxx[mid + x] + wk.dxx[dn + x];
-      col_yy[x] = wk.dyy[up + x] + wk.dyy[mid + x] + wk.dyy[dn + x];
-      col_xy[x] = wk.dxy[up + x] + wk.dxy[mid + x] + wk.dxy[dn + x];
+      col_xx[x] = ux[x] * ux[x] + mx_[x] * mx_[x] + dx_[x] * dx_[x];
+      col_yy[x] = uy[x] * uy[x] + my[x] * my[x] + dy_[x] * dy_[x];
+      col_xy[x] = ux[x] * uy[x] + mx_[x] * my[x] + dx_[x] * dy_[x];
     }
     for (int32_t x = 1; x + 1 < w; ++x) {
       sxx[x] = col_xx[x - 1] + col_xx[x] + col_xx[x + 1];
       syy[x] = col_yy[x - 1] + col_yy[x] + col_yy[x + 1];
       sxy[x] = col_xy[x - 1] + col_xy[x] + col_xy[x + 1];
     }
-    double *out = wk.lambda + mid + 1;
+    double *out = wk.lambda + (size_t)y * w + 1;
     const int32_t n = w - 2;
     const int32_t done = sse2 ? corner_eigen_row_sse2(sxx + 1, syy + 1, sxy + 1, out, n, &mx) : 0;
     const double rest = corner_eigen_row_c(sxx + 1 + done, syy + 1 + done, sxy + 1 + done, out + done, n - done);
@@ -86,35 +110,34 @@ extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *ima
   if (!area_u32(W, H, &n) || W > INT32_MAX || H > INT32_MAX) return VORN_E_NOMEM;
   const int32_t w = (int32_t)W, h = (int32_t)H;
 
+  CornerGrey grey;
+  vorn_result r = corner_grey_get(image, &grey);
+  if (r != VORN_OK) return r;
   Work wk;
-  if (!(wk.dxx = block_new<int32_t>(n)) || !(wk.dyy = block_new<int32_t>(n)) || !(wk.dxy = block_new<int32_t>(n)) ||
-      !(wk.lambda = block_new<double>(n)) || !(wk.cand = block_new<uint32_t>(n)) ||
-      !(wk.rows = block_new<int32_t>((size_t)6 * W))) {
+  if (!(wk.lambda = block_new<double>(n)) || !(wk.rows = block_new<int32_t>((size_t)12 * W))) {
+    wk.release();
+    corner_grey_release(&grey);
+    return VORN_E_NOMEM;
+  }
+  const double lambda_max = eigen_map(wk, grey.plane, w, h);
+  corner_grey_release(&grey);
+  const double t = lambda_max / 100.0;
+
+  // Candidates: interior pixels above the threshold where the mask allows; counted first, then listed.
+  auto is_candidate = [&](int32_t x, int32_t y) {
+    return wk.lambda[(size_t)y * W + x] > t && (!mask || mask_allows(mask->data, w, x, y));
+  };
+  uint32_t nc = 0;
+  for (int32_t y = 1; y + 1 < h; ++y)
+    for (int32_t x = 1; x + 1 < w; ++x) nc += is_candidate(x, y);
+  if (nc > 0 && !(wk.cand = block_new<uint32_t>(nc))) {
     wk.release();
     return VORN_E_NOMEM;
   }
-  vorn_result r = vorn_image_deriv(image, wk.dxx, 0);
-  if (r == VORN_OK) r = vorn_image_deriv(image, wk.dyy, 1);
-  if (r != VORN_OK) {
-    wk.release();
-    return r;
-  }
-  for (uint32_t i = 0; i < n; ++i) {
-    const int32_t dx = wk.dxx[i], dy = wk.dyy[i];
-    wk.dxx[i] = dx * dx;
-    wk.dyy[i] = dy * dy;
-    wk.dxy[i] = dx * dy;
-  }
-  const double lambda_max = eigen_map(wk, w, h);
-  const double t = lambda_max / 100.0;
-
-  // Candidates: interior pixels above the threshold where the mask allows.
-  uint32_t nc = 0;
+  nc = 0;
   for (int32_t y = 1; y + 1 < h; ++y)
-    for (int32_t x = 1; x + 1 < w; ++x) {
-      const uint32_t i = (uint32_t)y * W + (uint32_t)x;
-      if (wk.lambda[i] > t && (!mask || mask_allows(mask->data, w, x, y))) wk.cand[nc++] = i;
-    }
+    for (int32_t x = 1; x + 1 < w; ++x)
+      if (is_candidate(x, y)) wk.cand[nc++] = (uint32_t)y * W + (uint32_t)x;
 
   // Strongest first (equal values in raster order), taken lazily from a heap: usually only the first few
   // hundred candidates are looked at.

@@ -181,7 +181,7 @@ TEST(GoodFeatures, WorkedCasesAndArguments) {
               }
               return true;
             }),
-            6);
+            4);
   vorn_mono_image_free(small);
   vorn_image_free(img);
   vorn_image_free(map);
