@@ -25,6 +25,7 @@
 #include "vorn_tracker.h"
 #include "vorn_contour.h"
 #include "vorn_histogram.h"
+#include "vorn_meanshift.h"
 #include "vorn_obj_maker.h"
 #include "vorn_version.h"
 #include "vorn_bk_model.h"

@@ -6,7 +6,9 @@
 // a level, doubled, starts the next finer one.
 #include <math.h>
 
+#include "core/cpu.h"
 #include "core/memory.h"
+#include "tracking/lk_rows.h"
 #include "tracking/pyramid.h"
 #include "tracking/subpixel.h"
 #include "vorn_opticalflow.h"
@@ -29,27 +31,69 @@ struct Level {
   int32_t w, h;
 };
 
-// Window buffers of one call: the previous frame's patch with a one-pixel margin for the gradients, then the
-// window's values, gradients and the current frame's samples.
+// Window buffers of one call: the previous frame's patch with a one-pixel margin for the gradients, the
+// window's values and gradients, and two rows of current-frame pixels for windows that reach past the border.
 struct Window {
   int32_t r, side, n;
-  float *patch, *ival, *ix, *iy, *jval;
+  float *patch, *ival, *ix, *iy;
+  uint8_t *row_a, *row_b;
+  bool sse2;
 };
 
 bool window_make(Window *win, int32_t r, float **block) {
   win->r = r;
   win->side = 2 * r + 1;
   win->n = win->side * win->side;
+  win->sse2 = (cpu_flags() & kCpuSse2) != 0;
   const size_t patch = (size_t)(win->side + 2) * (win->side + 2);
-  float *p = block_new<float>(patch + 4 * (size_t)win->n);
+  const size_t row_floats = ((size_t)win->side + 1 + 3) / 4;
+  float *p = block_new<float>(patch + 3 * (size_t)win->n + 2 * row_floats);
   *block = p;
   if (!p) return false;
   win->patch = p;
   win->ival = p + patch;
   win->ix = win->ival + win->n;
   win->iy = win->ix + win->n;
-  win->jval = win->iy + win->n;
+  win->row_a = reinterpret_cast<uint8_t *>(win->iy + win->n);
+  win->row_b = reinterpret_cast<uint8_t *>(win->iy + win->n + row_floats);
   return true;
+}
+
+inline int32_t clamp_index(int32_t v, int32_t n) { return v < 0 ? 0 : (v >= n ? n - 1 : v); }
+
+// Copies side + 1 pixels of row y from column x0 on, repeating the border pixels outside the frame.
+void clamped_row(const Level &l, int32_t y, int32_t x0, int32_t count, uint8_t *out) {
+  const uint8_t *row = l.cur + (size_t)clamp_index(y, l.h) * l.w;
+  for (int32_t k = 0; k < count; ++k) out[k] = row[clamp_index(x0 + k, l.w)];
+}
+
+// sum over the window of (I - J) [Ix, Iy], with J the current frame sampled bilinearly at (qx, qy) + offsets
+// (the taps of subpixel_window).
+void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx, double *by) {
+  const float fx0 = floorf(qx), fy0 = floorf(qy);
+  const int32_t x0 = (int32_t)fx0, y0 = (int32_t)fy0, r = win.r, side = win.side;
+  const float fx = qx - fx0, fy = qy - fy0;
+  const float wt[4] = {(1.0f - fx) * (1.0f - fy), fx * (1.0f - fy), (1.0f - fx) * fy, fx * fy};
+  const bool inside = x0 - r >= 0 && x0 + r + 1 < l.w && y0 - r >= 0 && y0 + r + 1 < l.h;
+  float acc_x[4] = {0.0f, 0.0f, 0.0f, 0.0f}, acc_y[4] = {0.0f, 0.0f, 0.0f, 0.0f};
+  for (int32_t dy = -r; dy <= r; ++dy) {
+    const uint8_t *a, *b;
+    if (inside) {
+      a = l.cur + (size_t)(y0 + dy) * l.w + (x0 - r);
+      b = a + l.w;
+    } else {
+      clamped_row(l, y0 + dy, x0 - r, side + 1, win.row_a);
+      clamped_row(l, y0 + dy + 1, x0 - r, side + 1, win.row_b);
+      a = win.row_a;
+      b = win.row_b;
+    }
+    const size_t o = (size_t)(dy + r) * side;
+    const int32_t done =
+        win.sse2 ? lk_mismatch_row_sse2(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
+    lk_mismatch_row_c(a, b, wt, win.ival + o, win.ix + o, win.iy + o, done, side, acc_x, acc_y);
+  }
+  *bx = (double)((acc_x[0] + acc_x[1]) + (acc_x[2] + acc_x[3]));
+  *by = (double)((acc_y[0] + acc_y[1]) + (acc_y[2] + acc_y[3]));
 }
 
 inline bool outside(float x, float y, const Level &l, float margin) {
@@ -94,13 +138,8 @@ bool iterate(const Level &l, const Window &win, const double g[3], int32_t max_i
   const float margin = (float)win.r;
   for (int32_t it = 0; it < max_iter; ++it) {
     if (outside(*qx, *qy, l, margin)) return false;
-    subpixel_window(l.cur, l.w, l.h, *qx, *qy, win.r, win.jval);
-    double bx = 0.0, by = 0.0;
-    for (int32_t k = 0; k < win.n; ++k) {
-      const float diff = win.ival[k] - win.jval[k];
-      bx += (double)(diff * win.ix[k]);
-      by += (double)(diff * win.iy[k]);
-    }
+    double bx, by;
+    mismatch(l, win, *qx, *qy, &bx, &by);
     const float sx = (float)(i00 * bx + i01 * by), sy = (float)(i01 * bx + i11 * by);
     *qx += sx;
     *qy += sy;

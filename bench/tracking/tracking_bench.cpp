@@ -113,6 +113,44 @@ void BM_PyrLk(benchmark::State &state) {
 }
 BENCHMARK(BM_PyrLk)->Arg(8)->Arg(100);
 
+// Corners of the grey frame (plane 0 of a YUV image), 10 pixels apart.
+void BM_GoodFeatures(benchmark::State &state) {
+  const Greys &g = greys();
+  std::vector<vorn_point> pts(200);
+  int i = 0;
+  for (auto _ : state) {
+    uint8_t *grey = const_cast<uint8_t *>(g.frames[i++ % g.frames.size()].data());
+    vorn_image img{VORN_FORMAT_YUV, (uint32_t)g.w, (uint32_t)g.h, {grey, nullptr, nullptr}};
+    uint32_t count = (uint32_t)state.range(0);
+    vorn_good_feature_to_track(&img, 10, pts.data(), &count, nullptr, nullptr);
+    benchmark::DoNotOptimize(pts.data());
+  }
+}
+BENCHMARK(BM_GoodFeatures)->Arg(8)->Arg(100);
+
+// Tracking from the two frames alone: both pyramids are built inside the timing, as OpenCV's call does.
+void BM_PyrLkFromImages(benchmark::State &state) {
+  const Greys &g = greys();
+  const LkInputs &in = lk_inputs((int)state.range(0));
+  std::vector<vorn_point2f> out(200);
+  std::vector<uint32_t> st(200);
+  int i = 1;
+  for (auto _ : state) {
+    const int a = (i - 1) % (int)g.frames.size(), b = i % (int)g.frames.size();
+    i = i % ((int)g.frames.size() - 1) + 1;
+    vorn_mono_image va = view(g, a), vb = view(g, b);
+    vorn_pyramid *pa = nullptr, *pb = nullptr;
+    vorn_pyramid_create_mono_image(&va, &pa, 3);
+    vorn_pyramid_create_mono_image(&vb, &pb, 3);
+    const auto &p = in.pts[a];
+    vorn_opticalflow_pyr_lk(&va, &vb, pa, pb, p.data(), out.data(), st.data(), (uint32_t)p.size(), 10, 10);
+    vorn_pyramid_destroy(pa);
+    vorn_pyramid_destroy(pb);
+    benchmark::DoNotOptimize(out.data());
+  }
+}
+BENCHMARK(BM_PyrLkFromImages)->Arg(8)->Arg(100);
+
 void BM_Kalman(benchmark::State &state) {
   vorn_kalman_params kp{4, 2, 0};
   vorn_kalman *k = nullptr;
@@ -216,6 +254,36 @@ void BM_LkAgreementWithCv(benchmark::State &state) {
   state.counters["points"] = (double)total;
 }
 BENCHMARK(BM_LkAgreementWithCv)->Iterations(1);
+
+void BM_Cv_GoodFeatures(benchmark::State &state) {
+  const Greys &g = greys();
+  std::vector<cv::Point2f> c;
+  int i = 0;
+  for (auto _ : state) {
+    cv::goodFeaturesToTrack(mat(g, i++), c, (int)state.range(0), 0.01, 10);
+    benchmark::DoNotOptimize(c.data());
+  }
+}
+BENCHMARK(BM_Cv_GoodFeatures)->Arg(8)->Arg(100);
+
+void BM_Cv_PyrLkFromImages(benchmark::State &state) {
+  const Greys &g = greys();
+  const LkInputs &in = lk_inputs((int)state.range(0));
+  std::vector<cv::Point2f> out;
+  std::vector<uchar> st;
+  std::vector<float> err;
+  int i = 1;
+  for (auto _ : state) {
+    const int a = (i - 1) % (int)g.frames.size(), b = i % (int)g.frames.size();
+    i = i % ((int)g.frames.size() - 1) + 1;
+    std::vector<cv::Point2f> p;
+    for (auto &q : in.pts[a]) p.push_back({q.x, q.y});
+    cv::calcOpticalFlowPyrLK(mat(g, a), mat(g, b), p, out, st, err, cv::Size(21, 21), 3,
+                             cv::TermCriteria(cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 10, 0.01));
+    benchmark::DoNotOptimize(out.data());
+  }
+}
+BENCHMARK(BM_Cv_PyrLkFromImages)->Arg(8)->Arg(100);
 
 void BM_Cv_Kalman(benchmark::State &state) {
   cv::KalmanFilter kf(4, 2, 0, CV_32F);

@@ -1,10 +1,12 @@
 #include <math.h>
+#include <string.h>
 
 #include <algorithm>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "core/cpu.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -197,6 +199,27 @@ TEST(OpticalFlow, ArgumentChecks) {
               return true;
             }),
             1);
+}
+
+TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
+  const Texture tex(21);
+  Frames f(tex, 131, 97, 4.3, -2.6, 3);
+  // Interior points and points whose windows reach past every border.
+  std::vector<vorn_point2f> from = grid(f.w, f.h, 0, 5);
+  std::vector<vorn_point2f> plain(from.size()), vec(from.size());
+  std::vector<uint32_t> s_plain(from.size()), s_vec(from.size());
+  vorn::cpu_set_mask(~0u);
+  ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), plain.data(), s_plain.data(),
+                                    (uint32_t)from.size(), 10, 10),
+            VORN_OK);
+  vorn::cpu_set_mask(0);
+  ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), vec.data(), s_vec.data(),
+                                    (uint32_t)from.size(), 10, 10),
+            VORN_OK);
+  for (size_t i = 0; i < from.size(); ++i) {
+    ASSERT_EQ(memcmp(&plain[i], &vec[i], sizeof plain[i]), 0) << from[i].x << "," << from[i].y;
+    ASSERT_EQ(s_plain[i], s_vec[i]);
+  }
 }
 
 TEST(SubPixel, BilinearValuesAndBorderRepeat) {
