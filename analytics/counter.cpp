@@ -2,6 +2,7 @@
 // from the order in which the areas are released.
 #include <string.h>
 
+#include "analytics/region_raster.h"
 #include "core/init_hooks.h"
 #include "core/memory.h"
 #include "vorn_counter.h"
@@ -28,19 +29,19 @@ constexpr int32_t kDefaultWait = 200;
 
 bool rasterise(vorn_counter *c, int32_t k, const vorn_point *points, int32_t n) {
   // The working copy repeats the last point (not the first) as its closing point.
+  const size_t pixels = (size_t)c->width * c->height;
   vorn_point *copy = vorn::block_new<vorn_point>((size_t)n + 1);
-  if (!copy) return false;
+  uint8_t *inside = copy ? vorn::block_new<uint8_t>(pixels) : nullptr;
+  if (!inside) {
+    vorn::block_release(copy);
+    return false;
+  }
   memcpy(copy, points, (size_t)n * sizeof(vorn_point));
   copy[n] = points[n - 1];
   const uint8_t bit = (uint8_t)(1u << k);
-  uint8_t *m = c->mask;
-  for (uint32_t y = 0; y < c->height; ++y) {
-    for (uint32_t x = 0; x < c->width; ++x, ++m) {
-      vorn_point p = {(int32_t)x, (int32_t)y};
-      if (vorn_pt_in_region(p, copy, n + 1)) *m = (uint8_t)(*m | bit);
-      else *m = (uint8_t)(*m & ~bit);
-    }
-  }
+  vorn::region_raster(copy, n + 1, c->width, c->height, inside, c->width, bit);
+  for (size_t i = 0; i < pixels; ++i) c->mask[i] = (uint8_t)((c->mask[i] & ~bit) | inside[i]);
+  vorn::block_release(inside);
   vorn::block_release(copy);
   return true;
 }

@@ -19,6 +19,8 @@
 #include "vorn_color.h"
 #include "vorn_geometry.h"
 #include "vorn_counter.h"
+#include "vorn_guard.h"
+#include "vorn_obld.h"
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"

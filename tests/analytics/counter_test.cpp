@@ -165,7 +165,7 @@ TEST(Counter, NullsAndAllocationFailures) {
               vorn_counter_destroy(c);
               return c != nullptr;
             }),
-            4);  // record, mask, and one working copy per area
+            6);  // record, mask, and a working copy and a raster per area
 }
 
 }  // namespace
