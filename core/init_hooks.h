@@ -1,5 +1,5 @@
-// What start-up and the statistics query reach in other subsystems. Until a subsystem exists its hook is an
-// empty entry in core/init_hooks.cpp; the subsystem that owns the state supplies the real one.
+// What start-up and the statistics query reach in other subsystems: the colour tables and the frame-conversion
+// table (color/), and the object counter's event (analytics/).
 #ifndef VORN_CORE_INIT_HOOKS_H
 #define VORN_CORE_INIT_HOOKS_H
 

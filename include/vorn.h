@@ -9,5 +9,14 @@
 #include "vorn_core.h"
 #include "vorn_image.h"
 #include "vorn_matrix.h"
+#include "vorn_imgproc.h"
+#include "vorn_color.h"
+#include "vorn_geometry.h"
+#include "vorn_counter.h"
+#include "vorn_kalman.h"
+#include "vorn_pyramid.h"
+#include "vorn_bpnn.h"
+#include "vorn_contour.h"
+#include "vorn_histogram.h"
 
 #endif /* VORN_H */
