@@ -18,5 +18,6 @@
 #include "vorn_bpnn.h"
 #include "vorn_contour.h"
 #include "vorn_histogram.h"
+#include "vorn_bk_model.h"
 
 #endif /* VORN_H */
