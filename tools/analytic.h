@@ -52,6 +52,15 @@ class Analytic {
   virtual std::vector<TruthRow> against(const SceneTruth &) const { return {}; }
   // The current foreground mask (width x height bytes, 0 or 255), or nullptr when the analytic has none.
   virtual const uint8_t *mask() const { return nullptr; }
+
+  // Which line of the overlay's text block this analytic writes its counts on (set by the runner).
+  int label_row = 0;
+
+ protected:
+  // Writes one line of counts at this analytic's row, under the frame number.
+  void draw_label(Canvas &canvas, const std::string &text, Rgb color) const {
+    canvas.text(8, 32 + 20 * label_row, text, color, 2);
+  }
 };
 
 // Whether `kind` can run in this build; when not, `why` says which part of the library it waits for.

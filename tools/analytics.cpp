@@ -3,6 +3,7 @@
 
 #include "analytic.h"
 #include "error.h"
+#include "factories.h"
 
 namespace vt {
 
@@ -15,12 +16,38 @@ struct Entry {
   const char *needs;  // what it waits for while unavailable
 };
 
+#if VORN_TOOL_HAVE_GUARD
+#define GUARD_FACTORY create_guard
+#else
+#define GUARD_FACTORY nullptr
+#endif
+#if VORN_TOOL_HAVE_BK_MODEL && VORN_TOOL_HAVE_COUNTER
+#define COUNT_FACTORY create_count
+#else
+#define COUNT_FACTORY nullptr
+#endif
+#if VORN_TOOL_HAVE_OBLD
+#define LEFT_FACTORY create_left
+#else
+#define LEFT_FACTORY nullptr
+#endif
+#if VORN_TOOL_HAVE_TRACKER
+#define TRACK_FACTORY create_track
+#else
+#define TRACK_FACTORY nullptr
+#endif
+#if VORN_TOOL_HAVE_BK_MODEL
+#define BGSUB_FACTORY create_bgsub
+#else
+#define BGSUB_FACTORY nullptr
+#endif
+
 const Entry kEntries[] = {
-    {"guard", nullptr, "the library's guard lines (vorn_guard.h)"},
-    {"count", nullptr, "the library's object counter and background models (vorn_counter.h, vorn_bk_model.h)"},
-    {"track", nullptr, "the library's multi-object tracker (vorn_tracker.h)"},
-    {"left", nullptr, "the library's left-object detector (vorn_obld.h)"},
-    {"bgsub", nullptr, "the library's background models (vorn_bk_model.h)"},
+    {"guard", GUARD_FACTORY, "the library's guard lines (vorn_guard.h)"},
+    {"count", COUNT_FACTORY, "the library's object counter and background models (vorn_counter.h, vorn_bk_model.h)"},
+    {"track", TRACK_FACTORY, "the library's multi-object tracker (vorn_tracker.h)"},
+    {"left", LEFT_FACTORY, "the library's left-object detector (vorn_obld.h)"},
+    {"bgsub", BGSUB_FACTORY, "the library's background models (vorn_bk_model.h)"},
     {"plate", nullptr, "the library's plate reader (vorn_plate.h)"},
     {"trajectories", nullptr, "the library's trajectory recorder (vorn_vbc.h)"},
 };

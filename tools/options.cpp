@@ -22,16 +22,17 @@ commands:
   track         moving objects and their tracks
   left          objects left behind:        --region X,Y,X,Y,X,Y,... [--sensitivity S] [--frame-threshold N]
                                             [--bk-interval N] [--learn-frames N] [--scenecut]
-  bgsub         background subtraction:     [--model TYPE] [--param ID=VALUE]... [--masks OUT.mp4]
+  bgsub         background subtraction:     [--model TYPE (default 2)] [--param ID=VALUE]... [--masks OUT.mp4]
   run           several analytics over each stream, from --config FILE.json
   demo          every available analytic on the built-in scene; outputs go to --out DIR (default out)
+  info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON
   scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)
                 [--truth FILE.json]
   help          this text
 
 options:
   --config FILE       analytics (and inputs) from a JSON file
-  --bk-type TYPE      background-model type of guard, count and track (default 0)
+  --bk-type TYPE      background-model type of guard, count and track (default 2, mixture of Gaussians)
   --param ID=VALUE    background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate,
                       window, learn_frames); may repeat
   --events FILE       one JSON object per event, one per line (default: standard output)
@@ -59,7 +60,7 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
 }
 
 bool known_command(const std::string &c) {
-  return is_analytic_kind(c) || c == "run" || c == "demo" || c == "scene" || c == "help";
+  return is_analytic_kind(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
 }
 
 }  // namespace
@@ -78,7 +79,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   spec.kind = single ? cmd : "";
   spec.name = spec.kind;
   std::vector<std::pair<uint32_t, uint32_t>> params;
-  uint32_t bk_type = 0;
+  uint32_t bk_type = AnalyticSpec().bk_type;
   bool analytic_options_given = false;
 
   // Each option: which commands accept it, and what it does with its value.
@@ -95,7 +96,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       return false;
     };
   };
-  auto analysing = [](const std::string &c) { return c != "scene"; };
+  auto analysing = [](const std::string &c) { return c != "scene" && c != "info"; };
   auto any = [](const std::string &) { return true; };
   std::map<std::string, Option> options = {
       {"--config", {true, only({"run", "guard", "count", "track", "left", "bgsub"}),
@@ -179,6 +180,10 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
 
   if (cmd == "scene") {
     if (plan.inputs.size() != 1) usage_error("scene: give exactly one output file (OUT.mp4 or dir/%04d.png)");
+    return plan;
+  }
+  if (cmd == "info") {
+    if (plan.inputs.empty()) usage_error("info: give at least one input");
     return plan;
   }
   if (cmd == "demo") {

@@ -19,6 +19,7 @@ extern "C" {
 
 #include "analytic.h"
 #include "error.h"
+#include "json.h"
 #include "report.h"
 #include "scene.h"
 #include "video_reader.h"
@@ -94,7 +95,9 @@ void draw_totals(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analyt
   }
   int y = c.height() - 8 - static_cast<int>(lines.size()) * 20;
   for (const std::string &l : lines) {
-    c.text(8, y, l, colors::kWhite, 2);
+    // Lines too long for the picture at the usual size are written at half size.
+    int scale = Canvas::text_width(l, 2) <= c.width() - 16 ? 2 : 1;
+    c.text(8, y + (2 - scale) * 8, l, colors::kWhite, scale);
     y += 20;
   }
 }
@@ -115,6 +118,9 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
     if (analytic_available(s.kind, nullptr)) analytics.push_back(create_analytic(s, info));
     else analytics.push_back(nullptr);  // drawn as geometry only (the demo's analytics that wait)
   }
+  int row = 0;
+  for (auto &a : analytics)
+    if (a) a->label_row = row++;
   std::unique_ptr<VideoWriter> annotate, masks;
   if (!t.annotate.empty()) annotate.reset(new VideoWriter(t.annotate, info.width, info.height, info.fps, codec));
   if (!t.masks.empty()) masks.reset(new VideoWriter(t.masks, info.width, info.height, info.fps, codec));
@@ -353,6 +359,30 @@ int write_scene(const RunPlan &plan) {
   return kExitOk;
 }
 
+int describe_inputs(const RunPlan &plan) {
+  for (const std::string &input : plan.inputs) {
+    std::unique_ptr<FrameSource> src;
+    if (input == kSceneInput) src = std::make_unique<StreetScene>(plan.scene_frames);
+    else src = std::make_unique<VideoReader>(input);
+    Frame f;
+    int64_t n = 0;
+    double last_time = 0.0;
+    auto start = std::chrono::steady_clock::now();
+    while ((plan.max_frames < 0 || n < plan.max_frames) && src->next(f)) {
+      ++n;
+      last_time = f.time;
+    }
+    double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::string line = "{\"input\":";
+    append_json_string(line, input);
+    line += ",\"width\":" + std::to_string(src->info().width) + ",\"height\":" + std::to_string(src->info().height) +
+            ",\"fps\":" + fmt(src->info().fps, 3) + ",\"frames\":" + std::to_string(n) +
+            ",\"last_time\":" + fmt(last_time, 3) + ",\"decode_fps\":" + fmt(secs > 0 ? n / secs : 0.0, 1) + "}\n";
+    std::fputs(line.c_str(), stdout);
+  }
+  return kExitOk;
+}
+
 int tool_main(int argc, const char *const *argv) {
   // FFmpeg's own chatter is not shown; failures reach the user as this program's messages.
   av_log_set_level(AV_LOG_QUIET);
@@ -363,6 +393,7 @@ int tool_main(int argc, const char *const *argv) {
       return kExitOk;
     }
     if (plan.command == "scene") return write_scene(plan);
+    if (plan.command == "info") return describe_inputs(plan);
     vorn_init();
     return run_plan(std::move(plan));
   } catch (const ToolError &e) {

@@ -18,6 +18,9 @@ int run_plan(RunPlan plan);
 // Writes the built-in scene to a video or an image sequence (command scene).
 int write_scene(const RunPlan &plan);
 
+// Decodes every input to its end and prints one JSON line per input (command info).
+int describe_inputs(const RunPlan &plan);
+
 // "out.mp4" for the only stream; "out-2.mp4" for stream 2 of several.
 std::string stream_path(const std::string &path, int index, int streams);
 

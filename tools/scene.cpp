@@ -179,8 +179,8 @@ void StreetScene::build_walkers() {
   truth_.guard_line = Segment{{60, kGuardY}, {360, kGuardY}};
   truth_.direction_line = Segment{{210, kGuardY - 40}, {210, kGuardY + 40}};
   truth_.half_width = 40;
-  truth_.area0 = Polygon{{500, 140}, {620, 140}, {620, 250}, {500, 250}};
-  truth_.area1 = Polygon{{500, 350}, {620, 350}, {620, 460}, {500, 460}};
+  truth_.area0 = Polygon{{510, 170}, {610, 170}, {610, 250}, {510, 250}};
+  truth_.area1 = Polygon{{510, 350}, {610, 350}, {610, 430}, {510, 430}};
   truth_.region = Polygon{{630, 450}, {767, 450}, {767, 575}, {630, 575}};
   truth_.walkers = n;
 }
@@ -265,17 +265,26 @@ void StreetScene::render(int index, Frame &frame) const {
     frame.resize(kWidth, kHeight);
   frame.index = index;
   frame.time = index / info_.fps;
-  // Sensor noise: each sample moves by -3..+3 (a triangular spread), fresh on every frame.
-  const uint32_t salt = mix32(uint32_t(index) * 0x9E3779B9U + 0x1234567U);
+  // Sensor noise: each sample moves by -3..+3 (a triangular spread: the sum of two 2-bit draws, less 3), from a
+  // xorshift stream seeded by the frame number, fresh on every frame. Four bits per sample, five pixels per draw.
+  uint64_t state = (uint64_t(mix32(uint32_t(index) * 0x9E3779B9U + 0x1234567U)) << 32) | 0x2545F491U;
   const uint8_t *bg = background_.data();
   uint8_t *out = frame.bgr.data();
-  const size_t pixels = size_t(kWidth) * kHeight;
-  for (size_t i = 0; i < pixels; ++i) {
-    uint32_t h = mix32(uint32_t(i) ^ salt);
-    for (int ch = 0; ch < 3; ++ch, h >>= 4) {
-      int v = bg[3 * i + ch] + int(h & 3) + int((h >> 2) & 3) - 3;
-      out[3 * i + ch] = clamp_u8(v);
+  const size_t samples = size_t(kWidth) * kHeight * 3;
+  uint64_t bits = 0;
+  int left = 0;
+  for (size_t i = 0; i < samples; ++i) {
+    if (left == 0) {
+      state ^= state << 13;
+      state ^= state >> 7;
+      state ^= state << 17;
+      bits = state;
+      left = 15;
     }
+    int v = bg[i] + int(bits & 3) + int((bits >> 2) & 3) - 3;
+    bits >>= 4;
+    --left;
+    out[i] = clamp_u8(v);
   }
 
   Canvas canvas(frame);
@@ -310,6 +319,30 @@ void StreetScene::render(int index, Frame &frame) const {
       canvas.fill_box(Box{b.left + 3, b.top + 4, b.right - 3, b.top + 7}, Rgb{200, 170, 60});
     }
   }
+}
+
+std::vector<Box> StreetScene::object_boxes(int index) const {
+  std::vector<Box> out;
+  for (const Walker &w : walkers_) {
+    Pt p;
+    int walked;
+    if (walker_at(w, index, p, walked)) {
+      Box b{p.x - 17, p.y - 38, p.x + 18, p.y + 37};  // legs swing 3 pixels beyond the shirt
+      if (w.drop_frame >= 0 && index < w.drop_frame) b.left = p.x + kBagOffset.left;
+      if (b.right > 0 && b.bottom > 0 && b.left < kWidth && b.top < kHeight) out.push_back(b);
+    }
+    if (w.drop_frame >= 0 && index >= w.drop_frame) {
+      walker_at(w, w.drop_frame, p, walked);
+      out.push_back(Box{p.x + kBagOffset.left, p.y + kBagOffset.top - 5, p.x + kBagOffset.right, p.y + kBagOffset.bottom});
+    }
+  }
+  for (Box &b : out) {
+    b.left = std::max(b.left, 0);
+    b.top = std::max(b.top, 0);
+    b.right = std::min(b.right, kWidth);
+    b.bottom = std::min(b.bottom, kHeight);
+  }
+  return out;
 }
 
 bool StreetScene::next(Frame &frame) {

@@ -64,6 +64,8 @@ class StreetScene : public FrameSource {
   const SceneTruth &truth() const { return truth_; }
   // Renders frame `index` (0-based) without advancing the stream.
   void render(int index, Frame &frame) const;
+  // Boxes of everything that is not background at frame `index`: the walkers in the picture and the bag.
+  std::vector<Box> object_boxes(int index) const;
 
  private:
   // A walker follows straight legs between timed key points and is in the picture from its first key frame to

@@ -19,6 +19,11 @@ bool is_analytic_kind(const std::string &kind) {
   return std::find(k.begin(), k.end(), kind) != k.end();
 }
 
+int sensitivity_of(const AnalyticSpec &spec) {
+  if (spec.sensitivity >= 0) return spec.sensitivity;
+  return spec.kind == "count" ? 10 : 30;
+}
+
 void fill_from_scene(AnalyticSpec &spec, const SceneTruth &truth) {
   if (spec.kind == "guard") {
     if (!spec.line) spec.line = truth.guard_line;
@@ -60,7 +65,7 @@ void validate_spec(const AnalyticSpec &s, int w, int h) {
     check_area(s.region, w, h, who + ": region", "--region");
     if (s.frame_threshold < 0) usage_error(who + ": frame threshold must not be negative");
   }
-  if (s.sensitivity < 0 || s.sensitivity > 100) usage_error(who + ": sensitivity must lie in 0..100");
+  if (s.sensitivity < -1 || s.sensitivity > 100) usage_error(who + ": sensitivity must lie in 0..100");
 }
 
 uint32_t bk_param_id(const std::string &name, const std::string &what) {

@@ -20,7 +20,7 @@ struct AnalyticSpec {
   std::string name;  // label in events and tables; the kind unless the configuration names it
 
   // Background model used by guard, count, track and bgsub: its type number and parameters (id, value).
-  uint32_t bk_type = 0;
+  uint32_t bk_type = 2;  // mixture of Gaussians: learns the background by itself
   std::vector<std::pair<uint32_t, uint32_t>> bk_params;
 
   // guard
@@ -36,13 +36,17 @@ struct AnalyticSpec {
   int bk_interval = 0;
   int learn_frames = 0;
   bool scenecut = false;
-  // count and left
-  int sensitivity = 30;
+  // count and left; -1: the kind's default (count 10: an area is occupied once 9 % of it is foreground, about a
+  // third of one person in a doorway-sized area; left 30)
+  int sensitivity = -1;
 };
 
 // The kinds a spec may name, in the order the demo runs them.
 const std::vector<std::string> &analytic_kinds();
 bool is_analytic_kind(const std::string &kind);
+
+// The spec's sensitivity, or its kind's default.
+int sensitivity_of(const AnalyticSpec &spec);
 
 // Fills geometry the spec lacks from the scene's own layout (used when running on the built-in scene).
 void fill_from_scene(AnalyticSpec &spec, const SceneTruth &truth);

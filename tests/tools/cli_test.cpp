@@ -72,6 +72,14 @@ TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {
   EXPECT_EQ(n, 20);
   vt::Json truth = vt::parse_json(tool_test::read_text(dir + "/t.json"), "t.json");
   EXPECT_EQ(truth.find("frames")->number, 20);
+  // The info command sees the same: one JSON line per input.
+  tool_test::Run info = run_tool("info " + dir + "/s.mp4");
+  ASSERT_EQ(info.status, 0) << info.err;
+  vt::Json j = vt::parse_json(info.out, "info");
+  EXPECT_EQ(j.find("frames")->number, 20);
+  EXPECT_EQ(j.find("width")->number, 768);
+  EXPECT_DOUBLE_EQ(j.find("fps")->number, 25.0);
+  EXPECT_DOUBLE_EQ(j.find("last_time")->number, 19 / 25.0);
   expect_one_message(run_tool("scene " + dir + "/%s.png"), 2,
                      "scene: '" + dir + "/%s.png' is not a frame-file pattern such as dir/%04d.png");
 }

@@ -99,6 +99,27 @@ TEST(StreetScene, TruthMatchesWhatIsDrawn) {
   }
 }
 
+TEST(StreetScene, ObjectBoxesHoldEverythingThatIsNotBackground) {
+  vt::StreetScene scene;
+  vt::Frame empty, f;
+  scene.render(0, empty);
+  for (int index : {60, 99, 100, 131, 240, 499}) {
+    scene.render(index, f);
+    std::vector<vt::Box> boxes = scene.object_boxes(index);
+    EXPECT_FALSE(boxes.empty());
+    int outside = 0, inside = 0;
+    for (int y = 0; y < f.height; ++y)
+      for (int x = 0; x < f.width; ++x) {
+        if (changed(f, empty, vt::Box{x, y, x + 1, y + 1}) == 0) continue;
+        bool in = false;
+        for (const vt::Box &b : boxes) in = in || (x >= b.left && x < b.right && y >= b.top && y < b.bottom);
+        (in ? inside : outside) += 1;
+      }
+    EXPECT_EQ(outside, 0) << "frame " << index;
+    EXPECT_GT(inside, 0) << "frame " << index;
+  }
+}
+
 TEST(StreetScene, ShortScenesOnlyReportWhatHappensInThem) {
   vt::StreetScene scene(150);
   const vt::SceneTruth &t = scene.truth();
