@@ -12,7 +12,7 @@ all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-	@scripts/deps.sh test
+	@scripts/deps.sh test tools
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -30,9 +30,10 @@ test-asan: build/asan/build.ninja
 
 test: test-release test-asan
 
+# The `vorn` program on its built-in street scene: events, annotated video, snapshot and the scene's truth go to out/.
 demo: build/release/build.ninja
-	cmake --build build/release -j $(JOBS) --target bitmap_roundtrip
-	cd build/release && ./examples/bitmap_roundtrip vorn_demo.bmp
+	cmake --build build/release -j $(JOBS) --target vorn
+	build/release/tools/vorn demo --out out
 
 bench:
 	@scripts/deps.sh bench

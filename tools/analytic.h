@@ -1,0 +1,78 @@
+// The analytic side of the program: one object per analytic per stream. The runner feeds it every frame,
+// collects its events, lets it draw its overlay and asks it for its totals at the end.
+#ifndef VORN_TOOLS_ANALYTIC_H
+#define VORN_TOOLS_ANALYTIC_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "draw.h"
+#include "frame.h"
+#include "geometry.h"
+#include "spec.h"
+
+namespace vt {
+
+struct SceneTruth;
+
+struct Event {
+  int stream = 0;
+  int64_t frame = 0;
+  double time = 0.0;
+  std::string analytic;  // the spec's name
+  std::string kind;      // e.g. "cross", "trigger", "pass", "left", "track_start", "track_end"
+  std::vector<int> ids;
+  std::vector<Box> boxes;
+  std::vector<std::pair<std::string, int64_t>> counts;
+};
+
+// One line of the summary table.
+struct SummaryRow {
+  std::string analytic, item, value;
+};
+
+// One line of the comparison with the built-in scene's truth.
+struct TruthRow {
+  std::string analytic, item;
+  int64_t found = 0, truth = 0;
+  bool ok = false;
+};
+
+class Analytic {
+ public:
+  virtual ~Analytic() = default;
+  // Processes one frame and appends what happened on it. Throws a runtime error when the library fails.
+  virtual void feed(const Frame &frame, std::vector<Event> &events) = 0;
+  // Draws the analytic's state over a copy of the current frame (geometry, masks, traces, boxes, counts).
+  virtual void draw(Canvas &canvas) const = 0;
+  virtual std::vector<SummaryRow> summary() const = 0;
+  virtual std::vector<TruthRow> against(const SceneTruth &) const { return {}; }
+  // The current foreground mask (width x height bytes, 0 or 255), or nullptr when the analytic has none.
+  virtual const uint8_t *mask() const { return nullptr; }
+
+  // Which line of the overlay's text block this analytic writes its counts on (set by the runner).
+  int label_row = 0;
+
+ protected:
+  // Writes one line of counts at this analytic's row, under the frame number.
+  void draw_label(Canvas &canvas, const std::string &text, Rgb color) const {
+    canvas.text(8, 32 + 20 * label_row, text, color, 2);
+  }
+};
+
+// Whether `kind` can run in this build; when not, `why` says which part of the library it waits for.
+bool analytic_available(const std::string &kind, std::string *why);
+// Creates the analytic for a validated spec over a stream of the given size. Throws ToolError with
+// kExitUnavailable when the kind is not available in this build, and a runtime error when the library fails.
+std::unique_ptr<Analytic> create_analytic(const AnalyticSpec &spec, const StreamInfo &stream);
+
+// Draws a spec's geometry: the guard line with its band and direction arrow, the two counting areas, the
+// watched region.
+void draw_spec_geometry(Canvas &canvas, const AnalyticSpec &spec);
+
+}  // namespace vt
+
+#endif

@@ -1,0 +1,124 @@
+// bgsub: a background model of the library over the stream; shows and writes its foreground masks and reports
+// when motion starts and stops.
+#include "factories.h"
+
+#if VORN_TOOL_HAVE_BK_MODEL
+#include <algorithm>
+#include <cstdio>
+
+#include "bk_model_runner.h"
+
+namespace vt {
+
+namespace {
+
+// Motion starts when this share of the picture is foreground and stops when it falls below the second share
+// (per ten thousand): the gap keeps one walker's flicker from opening and closing many segments.
+constexpr int64_t kMotionOn = 30, kMotionOff = 10;
+
+class BgsubAnalytic : public Analytic {
+ public:
+  BgsubAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
+      : spec_(spec), width_(info.width), height_(info.height),
+        model_(spec.name, spec.bk_type, 4, info.width, info.height, spec.bk_params) {}
+
+  void feed(const Frame &frame, std::vector<Event> &events) override {
+    BkModelRunner::Step step = model_.feed(frame);
+    if (step == BkModelRunner::Step::kSceneChange) {
+      Event e;
+      e.kind = "scene_change";
+      events.push_back(e);
+      if (moving_) end_motion(events);
+      return;
+    }
+    if (step == BkModelRunner::Step::kLearning) {
+      learning_now_ = true;
+      return;
+    }
+    ++frames_with_mask_;
+    // The model has learned when its first mask follows its learning frames; a type that never learns has its
+    // background from the start.
+    if (learning_now_ || (frames_with_mask_ == 2 && model_.learning_frames() == 0)) {
+      learning_now_ = false;
+      learned_ = true;
+      Event e;
+      e.kind = "learned";
+      events.push_back(e);
+    }
+    // Share of foreground pixels and their bounding box.
+    const uint8_t *m = model_.mask();
+    int64_t fg = 0;
+    Box box{width_, height_, 0, 0};
+    for (int y = 0; y < height_; ++y) {
+      const uint8_t *row = m + size_t(y) * width_;
+      for (int x = 0; x < width_; ++x) {
+        if (!row[x]) continue;
+        ++fg;
+        box.left = std::min(box.left, x);
+        box.right = std::max(box.right, x + 1);
+        box.top = std::min(box.top, y);
+        box.bottom = std::max(box.bottom, y + 1);
+      }
+    }
+    share_ = fg * 10000 / (int64_t(width_) * height_);
+    share_sum_ += share_;
+    if (!moving_ && share_ >= kMotionOn) {
+      moving_ = true;
+      ++segments_;
+      Event e;
+      e.kind = "motion_start";
+      e.ids = {segments_};
+      e.boxes = {box};
+      e.counts = {{"foreground_per_10000", share_}};
+      events.push_back(e);
+    } else if (moving_ && share_ < kMotionOff) {
+      end_motion(events);
+    }
+  }
+
+  void draw(Canvas &c) const override {
+    c.tint_mask(model_.mask(), width_, height_, colors::kRed, 120);
+    char text[96];
+    std::snprintf(text, sizeof text, "%s MODEL %u FG %lld.%02lld%%", spec_.name.c_str(), spec_.bk_type,
+                  static_cast<long long>(share_ / 100), static_cast<long long>(share_ % 100));
+    draw_label(c, learned_ ? text : spec_.name + " LEARNING", colors::kRed);
+  }
+
+  std::vector<SummaryRow> summary() const override {
+    char mean[32];
+    double m = frames_with_mask_ ? double(share_sum_) / frames_with_mask_ / 100.0 : 0.0;
+    std::snprintf(mean, sizeof mean, "%.2f%%", m);
+    return {{spec_.name, "learning frames", std::to_string(model_.learning_frames())},
+            {spec_.name, "scene changes", std::to_string(model_.scene_changes())},
+            {spec_.name, "motion segments", std::to_string(segments_)},
+            {spec_.name, "mean foreground", mean}};
+  }
+
+  const uint8_t *mask() const override { return model_.mask(); }
+
+ private:
+  void end_motion(std::vector<Event> &events) {
+    moving_ = false;
+    Event e;
+    e.kind = "motion_end";
+    e.ids = {segments_};
+    events.push_back(e);
+  }
+
+  AnalyticSpec spec_;
+  int width_, height_;
+  BkModelRunner model_;
+  bool learned_ = false, learning_now_ = false, moving_ = false;
+  int segments_ = 0;
+  int64_t share_ = 0, share_sum_ = 0, frames_with_mask_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Analytic> create_bgsub(const AnalyticSpec &spec, const StreamInfo &stream) {
+  return std::make_unique<BgsubAnalytic>(spec, stream);
+}
+
+}  // namespace vt
+
+#endif

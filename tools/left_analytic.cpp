@@ -1,0 +1,167 @@
+// left: objects left behind in a watched region, from the library's left-object detector.
+#include "factories.h"
+
+#if VORN_TOOL_HAVE_OBLD
+#include <algorithm>
+#include <cstdio>
+
+#include "vorn_obld.h"
+
+#include "library_frame.h"
+#include "scene.h"
+
+namespace vt {
+
+namespace {
+
+// Intersection over union of two boxes, in percent.
+int64_t overlap_percent(const Box &a, const Box &b) {
+  int64_t w = std::min(a.right, b.right) - std::max(a.left, b.left);
+  int64_t h = std::min(a.bottom, b.bottom) - std::max(a.top, b.top);
+  if (w <= 0 || h <= 0) return 0;
+  int64_t inter = w * h;
+  int64_t uni = int64_t(a.width()) * a.height() + int64_t(b.width()) * b.height() - inter;
+  return uni > 0 ? inter * 100 / uni : 0;
+}
+
+class LeftAnalytic : public Analytic {
+ public:
+  LeftAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
+      : spec_(spec), width_(info.width), height_(info.height) {}
+
+  void feed(const Frame &frame, std::vector<Event> &events) override {
+    uint8_t *data = const_cast<uint8_t *>(bmp_.fill(frame));
+    if (!obld_) create(data);  // the first frame is the detector's reference background
+    vorn_result r = vorn_obld_put_image(obld_.get(), data, VORN_FRAME_BMP24);
+    if (r == VORN_E_SCENE_CHANGE) {
+      Event e;
+      e.kind = "scene_change";
+      events.push_back(e);
+    } else if (r == VORN_E_LEARNING) {
+      ++learning_;
+    } else if (r != VORN_OK) {
+      library_failed(spec_.name, "processing frame " + std::to_string(frame.index), r);
+    }
+    vorn_mono_image *fg = nullptr;
+    fg_ = (vorn_obld_get_fg(obld_.get(), &fg) == VORN_OK && fg && fg->data && int(fg->width) == width_ &&
+           int(fg->height) == height_)
+              ? fg->data
+              : nullptr;
+
+    vorn_rect rects[32];
+    uint32_t n = 0;
+    current_.clear();
+    if (vorn_obld_get_lost_objects_rect(obld_.get(), rects, &n) == VORN_OK)
+      for (uint32_t i = 0; i < n && i < 32; ++i) current_.push_back(box_of(rects[i]));
+    // A box is one object for as long as some box of the next frames overlaps it by half; it is reported once when
+    // it appears and once when it is gone.
+    std::vector<Known> still;
+    for (const Box &b : current_) {
+      auto it = std::find_if(known_.begin(), known_.end(), [&](const Known &k) { return overlap_percent(k.box, b) >= 50; });
+      if (it != known_.end()) {
+        still.push_back(Known{it->id, b});
+        known_.erase(it);
+        continue;
+      }
+      Known k{++last_id_, b};
+      still.push_back(k);
+      Event e;
+      e.kind = "left";
+      e.ids = {k.id};
+      e.boxes = {b};
+      e.counts = {{"objects", static_cast<int64_t>(current_.size())}};
+      events.push_back(e);
+      if (first_frame_ < 0) {
+        first_frame_ = frame.index;
+        first_box_ = b;
+      }
+    }
+    for (const Known &k : known_) {
+      Event e;
+      e.kind = "left_gone";
+      e.ids = {k.id};
+      e.boxes = {k.box};
+      events.push_back(e);
+    }
+    known_ = still;
+  }
+
+  void draw(Canvas &c) const override {
+    if (fg_) c.tint_mask(fg_, width_, height_, colors::kOrange, 90);
+    draw_spec_geometry(c, spec_);
+    for (const Known &k : known_) {
+      c.box(k.box, colors::kRed, 3);
+      c.text(k.box.left, std::max(0, k.box.top - 20), "LEFT " + std::to_string(k.id), colors::kRed, 2);
+    }
+    draw_label(c, spec_.name + " OBJECTS " + std::to_string(known_.size()), colors::kGreen);
+  }
+
+  std::vector<SummaryRow> summary() const override {
+    return {{spec_.name, "objects left", std::to_string(last_id_)},
+            {spec_.name, "first reported at frame", std::to_string(first_frame_)},
+            {spec_.name, "learning frames", std::to_string(learning_)}};
+  }
+
+  std::vector<TruthRow> against(const SceneTruth &t) const override {
+    if (t.left.frame < 0) return {};
+    TruthRow count{spec_.name, "objects left", last_id_, 1, last_id_ == 1};
+    // Reported after it was put down (it has to stay a while first), and where it lies.
+    TruthRow when{spec_.name, "frame reported (truth: put down)", first_frame_, t.left.frame, first_frame_ > t.left.frame};
+    int64_t ov = first_frame_ >= 0 ? overlap_percent(first_box_, t.left.box) : 0;
+    TruthRow where{spec_.name, "box overlap with the bag %", ov, 100, ov >= 30};
+    return {count, when, where};
+  }
+
+  const uint8_t *mask() const override { return fg_; }
+
+ private:
+  struct Known {
+    int id;
+    Box box;
+  };
+  struct ObldDeleter {
+    void operator()(vorn_obld *o) const { vorn_obld_destroy(o); }
+  };
+
+  void create(const uint8_t *first) {
+    std::vector<vorn_point> region;
+    for (const Pt &p : *spec_.region) region.push_back(vorn_point{p.x, p.y});
+    vorn_obld_params p{};
+    p.width = static_cast<uint32_t>(width_);
+    p.height = static_cast<uint32_t>(height_);
+    p.frame_type = VORN_FRAME_BMP24;
+    p.first_frame = first;
+    p.region_pts = region.data();
+    p.region_count = static_cast<uint32_t>(region.size());
+    p.sensitivity = static_cast<uint32_t>(sensitivity_of(spec_));
+    p.learn_frames = static_cast<uint32_t>(spec_.learn_frames);
+    vorn_obld *o = nullptr;
+    vorn_result r = vorn_obld_create(&p, &o);
+    if (r != VORN_OK || !o) library_failed(spec_.name, "creating the left-object detector", r);
+    obld_.reset(o);
+    vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(spec_.frame_threshold));
+    if (spec_.bk_interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(spec_.bk_interval));
+    vorn_obld_enable_scenecut(o, spec_.scenecut ? 1u : 0u);
+  }
+
+  AnalyticSpec spec_;
+  int width_, height_;
+  std::unique_ptr<vorn_obld, ObldDeleter> obld_;
+  Bmp24Frame bmp_;
+  const uint8_t *fg_ = nullptr;
+  std::vector<Box> current_;
+  std::vector<Known> known_;
+  int last_id_ = 0;
+  int64_t first_frame_ = -1, learning_ = 0;
+  Box first_box_{};
+};
+
+}  // namespace
+
+std::unique_ptr<Analytic> create_left(const AnalyticSpec &spec, const StreamInfo &stream) {
+  return std::make_unique<LeftAnalytic>(spec, stream);
+}
+
+}  // namespace vt
+
+#endif

@@ -1,0 +1,45 @@
+// The command line of `vorn`: subcommand, analytics, inputs and outputs.
+#ifndef VORN_TOOLS_OPTIONS_H
+#define VORN_TOOLS_OPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "spec.h"
+
+namespace vt {
+
+// An input naming the built-in street scene (also used when no input is given).
+constexpr const char *kSceneInput = "@scene";
+
+struct RunPlan {
+  std::string command;                  // guard, count, track, left, bgsub, plate, trajectories, run, demo, scene, help
+  std::vector<AnalyticSpec> analytics;  // what runs over every stream
+  std::vector<std::string> inputs;      // video files, image-sequence patterns or @scene; empty: @scene
+  std::string config_path;
+  std::string events_path;    // "" or "-": standard output
+  std::string annotate_path;  // annotated video
+  std::string snapshot_path;  // PNG summary picture
+  std::string masks_path;     // bgsub: video of the foreground masks
+  std::string truth_path;     // scene: the scene's truth as JSON
+  std::string out_dir;        // demo: where everything goes
+  std::string video_codec;    // encoder for written videos ("" = default)
+  int jobs = 1;
+  int64_t max_frames = -1;    // stop each stream after this many frames (-1: all)
+  int scene_frames = 500;     // length of the built-in scene
+  bool quiet = false;
+};
+
+// Parses argv (argv[0] is the program). Throws a usage error with one clear message.
+RunPlan parse_command_line(int argc, const char *const *argv);
+
+// Reads a configuration file into the plan: its analytics (and inputs when the command line gives none).
+void load_config(const std::string &path, RunPlan &plan);
+void load_config_text(const std::string &text, const std::string &origin, RunPlan &plan);
+
+std::string usage_text();
+
+}  // namespace vt
+
+#endif

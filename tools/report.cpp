@@ -1,0 +1,139 @@
+#include "report.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "error.h"
+#include "json.h"
+
+namespace vt {
+
+std::string event_json(const Event &e) {
+  char time[32];
+  std::snprintf(time, sizeof time, "%.3f", e.time);
+  std::string o = "{\"stream\":" + std::to_string(e.stream) + ",\"frame\":" + std::to_string(e.frame) +
+                  ",\"time\":" + time + ",\"analytic\":";
+  append_json_string(o, e.analytic);
+  o += ",\"kind\":";
+  append_json_string(o, e.kind);
+  o += ",\"ids\":[";
+  for (size_t i = 0; i < e.ids.size(); ++i) o += (i ? "," : "") + std::to_string(e.ids[i]);
+  o += "],\"boxes\":[";
+  for (size_t i = 0; i < e.boxes.size(); ++i) {
+    const Box &b = e.boxes[i];
+    o += (i ? ",[" : "[") + std::to_string(b.left) + "," + std::to_string(b.top) + "," + std::to_string(b.right) +
+         "," + std::to_string(b.bottom) + "]";
+  }
+  o += "],\"counts\":{";
+  for (size_t i = 0; i < e.counts.size(); ++i) {
+    if (i) o += ',';
+    append_json_string(o, e.counts[i].first);
+    o += ":" + std::to_string(e.counts[i].second);
+  }
+  o += "}}";
+  return o;
+}
+
+EventSink::EventSink(const std::string &path) : path_(path) {
+  if (path.empty() || path == "-") {
+    out_ = stdout;
+  } else {
+    out_ = std::fopen(path.c_str(), "w");
+    if (!out_) runtime_error("cannot write events to '" + path + "': " + std::strerror(errno));
+  }
+}
+
+EventSink::~EventSink() {
+  if (out_ && out_ != stdout) std::fclose(out_);
+}
+
+void EventSink::write(const std::vector<Event> &events) {
+  if (events.empty()) return;
+  std::string text;
+  for (const Event &e : events) text += event_json(e) + "\n";
+  std::lock_guard<std::mutex> lock(mu_);
+  std::fwrite(text.data(), 1, text.size(), out_);
+  std::fflush(out_);
+  count_ += static_cast<int64_t>(events.size());
+}
+
+void EventSink::close() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!out_) return;
+  bool bad = std::ferror(out_) != 0;
+  if (out_ != stdout) {
+    bad = std::fclose(out_) != 0 || bad;
+  } else {
+    bad = std::fflush(out_) != 0 || bad;
+  }
+  out_ = nullptr;
+  if (bad) runtime_error("writing events to '" + (path_.empty() ? std::string("standard output") : path_) + "' failed");
+}
+
+Progress::Progress(bool enabled, int64_t total)
+    : enabled_(enabled), total_(total), start_(std::chrono::steady_clock::now()), last_(start_) {}
+
+void Progress::add(int64_t frames) {
+  std::lock_guard<std::mutex> lock(mu_);
+  done_ += frames;
+  if (!enabled_) return;
+  auto now = std::chrono::steady_clock::now();
+  if (now - last_ < std::chrono::milliseconds(200)) return;
+  last_ = now;
+  draw_locked(false);
+}
+
+void Progress::finish() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!enabled_) return;
+  draw_locked(true);
+  std::fputs("\n", stderr);
+  std::fflush(stderr);
+}
+
+void Progress::draw_locked(bool final) {
+  double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+  double fps = secs > 0 ? done_ / secs : 0.0;
+  char line[160];
+  if (total_ > 0) {
+    const int width = 30;
+    int64_t shown = std::min(done_, total_);
+    int filled = static_cast<int>(width * shown / total_);
+    std::string bar(static_cast<size_t>(filled), '#');
+    bar.resize(width, '.');
+    double left = fps > 0 ? (total_ - shown) / fps : 0.0;
+    int eta = final ? 0 : static_cast<int>(left + 0.5);
+    std::snprintf(line, sizeof line, "\r[%s] %lld/%lld frames  %.1f fps  ETA %d:%02d ", bar.c_str(),
+                  static_cast<long long>(shown), static_cast<long long>(total_), fps, eta / 60, eta % 60);
+  } else {
+    std::snprintf(line, sizeof line, "\r%lld frames  %.1f fps ", static_cast<long long>(done_), fps);
+  }
+  std::fputs(line, stderr);
+  std::fflush(stderr);
+}
+
+std::string format_table(const std::vector<std::string> &header, const std::vector<std::vector<std::string>> &rows) {
+  std::vector<size_t> w(header.size(), 0);
+  for (size_t c = 0; c < header.size(); ++c) w[c] = header[c].size();
+  for (const auto &r : rows)
+    for (size_t c = 0; c < r.size() && c < w.size(); ++c) w[c] = std::max(w[c], r[c].size());
+  auto line = [&](const std::vector<std::string> &r) {
+    std::string s;
+    for (size_t c = 0; c < w.size(); ++c) {
+      std::string cell = c < r.size() ? r[c] : "";
+      s += cell;
+      if (c + 1 < w.size()) s += std::string(w[c] - cell.size() + 2, ' ');
+    }
+    while (!s.empty() && s.back() == ' ') s.pop_back();
+    return s + "\n";
+  };
+  std::string out = line(header);
+  size_t total = 0;
+  for (size_t c = 0; c < w.size(); ++c) total += w[c] + (c + 1 < w.size() ? 2 : 0);
+  out += std::string(total, '-') + "\n";
+  for (const auto &r : rows) out += line(r);
+  return out;
+}
+
+}  // namespace vt

@@ -1,0 +1,408 @@
+#include "runner.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "vorn.h"
+
+#include "analytic.h"
+#include "error.h"
+#include "json.h"
+#include "report.h"
+#include "scene.h"
+#include "video_reader.h"
+#include "video_writer.h"
+
+namespace vt {
+
+namespace {
+
+struct StreamTask {
+  int index = 0;
+  std::unique_ptr<FrameSource> source;
+  const SceneTruth *truth = nullptr;  // set when the stream is the built-in scene
+  std::vector<AnalyticSpec> specs;
+  std::string annotate, snapshot, masks;
+  // Results.
+  int64_t frames = 0;
+  double seconds = 0.0;
+  std::vector<SummaryRow> summary;
+  std::vector<TruthRow> truth_rows;
+  std::unique_ptr<ToolError> error;
+};
+
+void make_dirs(const std::string &dir) {
+  std::string partial;
+  for (size_t i = 0; i <= dir.size(); ++i) {
+    if (i == dir.size() || dir[i] == '/') {
+      if (!partial.empty() && partial != "." && mkdir(partial.c_str(), 0777) != 0 && errno != EEXIST)
+        runtime_error("cannot create directory '" + partial + "': " + std::strerror(errno));
+    }
+    if (i < dir.size()) partial += dir[i];
+  }
+}
+
+void write_text_file(const std::string &path, const std::string &text) {
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+  out.close();
+  if (!out) runtime_error("cannot write '" + path + "'");
+}
+
+std::string fmt(double v, int decimals) {
+  char b[64];
+  std::snprintf(b, sizeof b, "%.*f", decimals, v);
+  return b;
+}
+
+// Frame number and time in the top-left corner.
+void draw_header(Canvas &c, const Frame &f) {
+  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
+}
+
+void draw_overlay(Canvas &c, const StreamTask &t, const std::vector<std::unique_ptr<Analytic>> &analytics,
+                  const Frame &f) {
+  for (size_t i = 0; i < t.specs.size(); ++i) {
+    if (analytics[i]) analytics[i]->draw(c);
+    else draw_spec_geometry(c, t.specs[i]);
+  }
+  draw_header(c, f);
+}
+
+// Totals over the snapshot's bottom rows, one line per analytic.
+void draw_totals(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analytics) {
+  std::vector<std::string> lines;
+  for (const auto &a : analytics) {
+    if (!a) continue;
+    std::string line;
+    for (const SummaryRow &r : a->summary()) {
+      if (line.empty()) line = r.analytic + ":";
+      line += " " + r.item + " " + r.value;
+    }
+    if (!line.empty()) lines.push_back(line);
+  }
+  int y = c.height() - 8 - static_cast<int>(lines.size()) * 20;
+  for (const std::string &l : lines) {
+    // Lines too long for the picture at the usual size are written at half size.
+    int scale = Canvas::text_width(l, 2) <= c.width() - 16 ? 2 : 1;
+    c.text(8, y + (2 - scale) * 8, l, colors::kWhite, scale);
+    y += 20;
+  }
+}
+
+void mask_to_frame(const uint8_t *mask, Frame &out, const Frame &like) {
+  out.resize(like.width, like.height);
+  out.index = like.index;
+  out.time = like.time;
+  const size_t n = size_t(like.width) * like.height;
+  for (size_t i = 0; i < n; ++i) out.bgr[3 * i] = out.bgr[3 * i + 1] = out.bgr[3 * i + 2] = mask[i];
+}
+
+void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::string &codec, int64_t max_frames,
+                const std::atomic<bool> &stop) {
+  const StreamInfo &info = t.source->info();
+  std::vector<std::unique_ptr<Analytic>> analytics;
+  for (const AnalyticSpec &s : t.specs) {
+    if (analytic_available(s.kind, nullptr)) analytics.push_back(create_analytic(s, info));
+    else analytics.push_back(nullptr);  // drawn as geometry only (the demo's analytics that wait)
+  }
+  int row = 0;
+  for (auto &a : analytics)
+    if (a) a->label_row = row++;
+  std::unique_ptr<VideoWriter> annotate, masks;
+  if (!t.annotate.empty()) annotate.reset(new VideoWriter(t.annotate, info.width, info.height, info.fps, codec));
+  if (!t.masks.empty()) masks.reset(new VideoWriter(t.masks, info.width, info.height, info.fps, codec));
+
+  Frame frame, drawn, mask_frame;
+  std::vector<Event> events;
+  auto start = std::chrono::steady_clock::now();
+  while ((max_frames < 0 || t.frames < max_frames) && !stop.load(std::memory_order_relaxed) && t.source->next(frame)) {
+    events.clear();
+    for (size_t i = 0; i < analytics.size(); ++i) {
+      if (!analytics[i]) continue;
+      size_t first = events.size();
+      analytics[i]->feed(frame, events);
+      for (size_t k = first; k < events.size(); ++k) {
+        events[k].stream = t.index;
+        events[k].frame = frame.index;
+        events[k].time = frame.time;
+        events[k].analytic = t.specs[i].name;
+      }
+    }
+    sink.write(events);
+    if (annotate) {
+      drawn = frame;
+      Canvas c(drawn);
+      draw_overlay(c, t, analytics, drawn);
+      annotate->write(drawn);
+    }
+    if (masks) {
+      const uint8_t *m = nullptr;
+      for (const auto &a : analytics)
+        if (a && (m = a->mask()) != nullptr) break;
+      if (m) mask_to_frame(m, mask_frame, frame);
+      else mask_frame.resize(frame.width, frame.height);
+      masks->write(mask_frame);
+    }
+    ++t.frames;
+    progress.add(1);
+  }
+  t.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  if (annotate) annotate->close();
+  if (masks) masks->close();
+  if (!t.snapshot.empty() && t.frames > 0) {
+    Canvas c(frame);
+    draw_overlay(c, t, analytics, frame);
+    draw_totals(c, analytics);
+    write_png(t.snapshot, frame);
+  }
+  for (const auto &a : analytics) {
+    if (!a) continue;
+    for (SummaryRow r : a->summary()) t.summary.push_back(r);
+    if (t.truth)
+      for (TruthRow r : a->against(*t.truth)) t.truth_rows.push_back(r);
+  }
+}
+
+}  // namespace
+
+std::string stream_path(const std::string &path, int index, int streams) {
+  if (streams <= 1 || path.empty()) return path;
+  size_t slash = path.find_last_of('/');
+  size_t dot = path.find_last_of('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = path.size();
+  return path.substr(0, dot) + "-" + std::to_string(index) + path.substr(dot);
+}
+
+int run_plan(RunPlan plan) {
+  const bool demo = plan.command == "demo";
+  std::vector<std::string> waiting;
+  if (demo) {
+    make_dirs(plan.out_dir);
+    const std::string d = plan.out_dir + "/";
+    if (plan.events_path.empty()) plan.events_path = d + "events.jsonl";
+    if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
+    if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
+    for (const char *k : {"guard", "count", "track", "left", "bgsub"}) {
+      AnalyticSpec s;
+      s.kind = s.name = k;
+      plan.analytics.push_back(s);
+      std::string why;
+      if (!analytic_available(k, &why)) waiting.push_back(std::string(k) + ": not available in this build (" + why + ")");
+      else if (std::string(k) == "bgsub" && plan.masks_path.empty()) plan.masks_path = d + "masks.mp4";
+    }
+  }
+  if (plan.inputs.empty()) plan.inputs.push_back(kSceneInput);
+
+  // Open every stream and check the geometry before anything runs, so bad input stops the run at once.
+  std::vector<StreamTask> tasks(plan.inputs.size());
+  std::vector<std::unique_ptr<StreetScene>> scenes;
+  const int n = static_cast<int>(plan.inputs.size());
+  for (int i = 0; i < n; ++i) {
+    StreamTask &t = tasks[i];
+    t.index = i;
+    if (plan.inputs[i] == kSceneInput) {
+      auto scene = std::make_unique<StreetScene>(plan.scene_frames);
+      t.truth = &scene->truth();
+      t.source = std::move(scene);
+    } else {
+      t.source = std::make_unique<VideoReader>(plan.inputs[i]);
+    }
+    t.specs = plan.analytics;
+    const StreamInfo &info = t.source->info();
+    for (AnalyticSpec &s : t.specs) {
+      if (t.truth) fill_from_scene(s, *t.truth);
+      validate_spec(s, info.width, info.height);
+    }
+    t.annotate = stream_path(plan.annotate_path, i, n);
+    t.snapshot = stream_path(plan.snapshot_path, i, n);
+    t.masks = stream_path(plan.masks_path, i, n);
+  }
+  if (!demo) {
+    for (const AnalyticSpec &s : plan.analytics) {
+      std::string why;
+      if (!analytic_available(s.kind, &why))
+        throw ToolError(kExitUnavailable, s.kind + ": not available in this build (" + why + ")");
+    }
+  }
+  if (demo) {
+    const SceneTruth *truth = tasks[0].truth;
+    write_text_file(plan.out_dir + "/truth.json", truth->to_json() + "\n");
+  }
+
+  EventSink sink(plan.events_path);
+  int64_t total = 0;
+  for (const StreamTask &t : tasks) {
+    int64_t c = t.source->info().frame_count;
+    if (c >= 0 && plan.max_frames >= 0) c = std::min(c, plan.max_frames);
+    if (c < 0 || total < 0) total = -1;
+    else total += c;
+  }
+  Progress progress(!plan.quiet && isatty(STDERR_FILENO), total);
+
+  std::atomic<int> next{0};
+  std::atomic<bool> stop{false};
+  auto worker = [&] {
+    for (;;) {
+      int i = next.fetch_add(1);
+      if (i >= n || stop.load()) return;
+      try {
+        run_stream(tasks[i], sink, progress, plan.video_codec, plan.max_frames, stop);
+      } catch (const ToolError &e) {
+        tasks[i].error.reset(new ToolError(e));
+        stop.store(true);
+      } catch (const std::exception &e) {
+        tasks[i].error.reset(new ToolError(kExitRuntime, e.what()));
+        stop.store(true);
+      }
+    }
+  };
+  auto start = std::chrono::steady_clock::now();
+  const int threads = std::min(plan.jobs, n);
+  std::vector<std::thread> pool;
+  for (int j = 1; j < threads; ++j) pool.emplace_back(worker);
+  worker();
+  for (std::thread &th : pool) th.join();
+  const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  progress.finish();
+  sink.close();
+  for (const StreamTask &t : tasks)
+    if (t.error) throw *t.error;
+
+  if (plan.quiet) return kExitOk;
+  FILE *out = sink.to_stdout() ? stderr : stdout;
+  std::vector<std::vector<std::string>> rows;
+  int64_t frames = 0;
+  for (const StreamTask &t : tasks) {
+    frames += t.frames;
+    rows.push_back({std::to_string(t.index), t.source->name(), std::to_string(t.frames), fmt(t.seconds, 2),
+                    fmt(t.seconds > 0 ? t.frames / t.seconds : 0.0, 1)});
+  }
+  std::string text = format_table({"stream", "input", "frames", "seconds", "fps"}, rows);
+  text += std::to_string(frames) + " frames in " + fmt(wall, 2) + " s (" + fmt(wall > 0 ? frames / wall : 0.0, 1) +
+          " fps with " + std::to_string(threads) + (threads == 1 ? " job" : " jobs") + "), " +
+          std::to_string(sink.count()) + " events\n";
+  rows.clear();
+  for (const StreamTask &t : tasks)
+    for (const SummaryRow &r : t.summary) rows.push_back({std::to_string(t.index), r.analytic, r.item, r.value});
+  if (!rows.empty()) text += "\n" + format_table({"stream", "analytic", "total", "value"}, rows);
+  rows.clear();
+  for (const StreamTask &t : tasks)
+    for (const TruthRow &r : t.truth_rows)
+      rows.push_back({std::to_string(t.index), r.analytic, r.item, std::to_string(r.found), std::to_string(r.truth),
+                      r.ok ? "yes" : "NO"});
+  if (!rows.empty()) text += "\nfound against the scene's truth:\n" + format_table({"stream", "analytic", "what", "found", "truth", "match"}, rows);
+  const SceneTruth *truth = tasks[0].truth;
+  if (truth) {
+    text += "\nthe scene holds: " + std::to_string(truth->crossings.size()) + " guard-line crossings (" +
+            std::to_string(truth->crossings_down()) + " down, " + std::to_string(truth->crossings_up()) + " up), " +
+            std::to_string(truth->passes.size()) + " passes (" + std::to_string(truth->passes_from(0)) +
+            " from area 0, " + std::to_string(truth->passes_from(1)) + " from area 1), " +
+            std::to_string(truth->walkers) + " walkers";
+    if (truth->left.frame >= 0)
+      text += ", a bag left at frame " + std::to_string(truth->left.frame) + " in [" +
+              std::to_string(truth->left.box.left) + "," + std::to_string(truth->left.box.top) + "," +
+              std::to_string(truth->left.box.right) + "," + std::to_string(truth->left.box.bottom) + "]";
+    text += "\n";
+  }
+  for (const std::string &w : waiting) text += w + "\n";
+  if (demo) text += "outputs in " + plan.out_dir + "/\n";
+  std::fputs(text.c_str(), out);
+  std::fflush(out);
+  return kExitOk;
+}
+
+// A frame-file pattern holds exactly one integer conversion such as %d or %04d, and nothing else with '%'.
+static bool valid_pattern(const std::string &p) {
+  size_t at = p.find('%');
+  if (at == std::string::npos) return false;
+  size_t i = at + 1;
+  while (i < p.size() && p[i] >= '0' && p[i] <= '9') ++i;
+  return i < p.size() && p[i] == 'd' && i - at <= 4 && p.find('%', i) == std::string::npos;
+}
+
+int write_scene(const RunPlan &plan) {
+  const std::string &path = plan.inputs[0];
+  if (path.find('%') != std::string::npos && !valid_pattern(path))
+    usage_error("scene: '" + path + "' is not a frame-file pattern such as dir/%04d.png");
+  StreetScene scene(plan.scene_frames);
+  Frame f;
+  std::string codec = "png";
+  if (path.find('%') != std::string::npos) {
+    while (scene.next(f)) {
+      char name[4096];
+      std::snprintf(name, sizeof name, path.c_str(), static_cast<int>(f.index));
+      write_png(name, f);
+    }
+  } else {
+    VideoWriter w(path, scene.info().width, scene.info().height, scene.info().fps, plan.video_codec);
+    codec = w.codec_name();
+    while (scene.next(f)) w.write(f);
+    w.close();
+  }
+  if (!plan.truth_path.empty()) write_text_file(plan.truth_path, scene.truth().to_json() + "\n");
+  if (!plan.quiet)
+    std::fprintf(stderr, "wrote %d frames of the built-in scene to %s (%s)\n", scene.truth().frames, path.c_str(),
+                 codec.c_str());
+  return kExitOk;
+}
+
+int describe_inputs(const RunPlan &plan) {
+  for (const std::string &input : plan.inputs) {
+    std::unique_ptr<FrameSource> src;
+    if (input == kSceneInput) src = std::make_unique<StreetScene>(plan.scene_frames);
+    else src = std::make_unique<VideoReader>(input);
+    Frame f;
+    int64_t n = 0;
+    double last_time = 0.0;
+    auto start = std::chrono::steady_clock::now();
+    while ((plan.max_frames < 0 || n < plan.max_frames) && src->next(f)) {
+      ++n;
+      last_time = f.time;
+    }
+    double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::string line = "{\"input\":";
+    append_json_string(line, input);
+    line += ",\"width\":" + std::to_string(src->info().width) + ",\"height\":" + std::to_string(src->info().height) +
+            ",\"fps\":" + fmt(src->info().fps, 3) + ",\"frames\":" + std::to_string(n) +
+            ",\"last_time\":" + fmt(last_time, 3) + ",\"decode_fps\":" + fmt(secs > 0 ? n / secs : 0.0, 1) + "}\n";
+    std::fputs(line.c_str(), stdout);
+  }
+  return kExitOk;
+}
+
+int tool_main(int argc, const char *const *argv) {
+  // FFmpeg's own chatter is not shown; failures reach the user as this program's messages.
+  av_log_set_level(AV_LOG_QUIET);
+  try {
+    RunPlan plan = parse_command_line(argc, argv);
+    if (plan.command == "help") {
+      std::fputs(usage_text().c_str(), stdout);
+      return kExitOk;
+    }
+    if (plan.command == "scene") return write_scene(plan);
+    if (plan.command == "info") return describe_inputs(plan);
+    vorn_init();
+    return run_plan(std::move(plan));
+  } catch (const ToolError &e) {
+    std::fprintf(stderr, "vorn: %s\n", e.what());
+    return e.code();
+  } catch (const std::exception &e) {
+    std::fprintf(stderr, "vorn: %s\n", e.what());
+    return kExitRuntime;
+  }
+}
+
+}  // namespace vt

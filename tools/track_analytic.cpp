@@ -1,0 +1,136 @@
+// track: moving objects followed from frame to frame by the library's multi-object tracker.
+#include "factories.h"
+
+#if VORN_TOOL_HAVE_TRACKER
+#include <cstdio>
+#include <map>
+
+#include "vorn_tracker.h"
+
+#include "library_frame.h"
+#include "scene.h"
+
+namespace vt {
+
+namespace {
+
+constexpr size_t kTraceLength = 150;  // centres kept per track for drawing
+
+class TrackAnalytic : public Analytic {
+ public:
+  TrackAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
+      : spec_(spec), width_(info.width), height_(info.height) {
+    vorn_tracker_params p{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), VORN_FORMAT_RGB,
+                          spec.bk_type};
+    vorn_tracker *t = nullptr;
+    vorn_result r = vorn_tracker_create(&p, &t);
+    if (r != VORN_OK || !t) library_failed(spec.name, "creating the tracker", r);
+    tracker_.reset(t);
+  }
+
+  void feed(const Frame &frame, std::vector<Event> &events) override {
+    vorn_result r = vorn_tracker_process(tracker_.get(), const_cast<uint8_t *>(bmp_.fill(frame)), VORN_FRAME_BMP24);
+    if (r == VORN_E_SCENE_CHANGE) {
+      Event e;
+      e.kind = "scene_change";
+      events.push_back(e);
+    } else if (r == VORN_E_LEARNING) {
+      ++learning_;
+    } else if (r != VORN_OK) {
+      library_failed(spec_.name, "processing frame " + std::to_string(frame.index), r);
+    }
+    vorn_tracker_obj *objs = nullptr;
+    uint32_t n = 0;
+    if (vorn_tracker_get_objs(tracker_.get(), &objs, &n) != VORN_OK || !objs) n = 0;
+    std::map<int, Track> live;
+    for (uint32_t i = 0; i < n; ++i) {
+      const vorn_tracker_obj &o = objs[i];
+      Track t;
+      auto it = tracks_.find(o.id);
+      if (it != tracks_.end()) {
+        t = std::move(it->second);
+        tracks_.erase(it);
+      } else {
+        t.first = frame.index;
+        Event e;
+        e.kind = "track_start";
+        e.ids = {o.id};
+        e.boxes = {Box{o.left, o.top, o.right, o.bottom}};
+        e.counts = {{"live", static_cast<int64_t>(n)}};
+        events.push_back(e);
+        ++started_;
+      }
+      t.box = Box{o.left, o.top, o.right, o.bottom};
+      t.trace.push_back(Pt{o.cx, o.cy});
+      if (t.trace.size() > kTraceLength) t.trace.erase(t.trace.begin());
+      live[o.id] = std::move(t);
+    }
+    for (const auto &gone : tracks_) {
+      Event e;
+      e.kind = "track_end";
+      e.ids = {gone.first};
+      e.boxes = {gone.second.box};
+      e.counts = {{"frames", frame.index - gone.second.first}};
+      events.push_back(e);
+    }
+    tracks_ = std::move(live);
+    vorn_mono_image *fg = nullptr;
+    fg_ = (vorn_tracker_get_fg(tracker_.get(), &fg) == VORN_OK && fg && fg->data && int(fg->width) == width_ &&
+           int(fg->height) == height_)
+              ? fg->data
+              : nullptr;
+  }
+
+  void draw(Canvas &c) const override {
+    if (fg_) c.tint_mask(fg_, width_, height_, colors::kBlue, 80);
+    for (const auto &kv : tracks_) {
+      Rgb col = id_color(kv.first);
+      c.trace(kv.second.trace, col);
+      c.box(kv.second.box, col, 2);
+      c.text(kv.second.box.left, std::max(0, kv.second.box.top - 18), std::to_string(kv.first), col, 2);
+    }
+    char text[96];
+    std::snprintf(text, sizeof text, "%s LIVE %zu  TRACKS %lld", spec_.name.c_str(), tracks_.size(),
+                  static_cast<long long>(started_));
+    draw_label(c, text, colors::kBlue);
+  }
+
+  std::vector<SummaryRow> summary() const override {
+    return {{spec_.name, "tracks", std::to_string(started_)},
+            {spec_.name, "learning frames", std::to_string(learning_)}};
+  }
+
+  std::vector<TruthRow> against(const SceneTruth &t) const override {
+    return {TruthRow{spec_.name, "tracks (truth: people)", started_, t.walkers, started_ == t.walkers}};
+  }
+
+  const uint8_t *mask() const override { return fg_; }
+
+ private:
+  struct Track {
+    int64_t first = 0;
+    Box box;
+    std::vector<Pt> trace;
+  };
+  struct TrackerDeleter {
+    void operator()(vorn_tracker *t) const { vorn_tracker_destroy(t); }
+  };
+
+  AnalyticSpec spec_;
+  int width_, height_;
+  std::unique_ptr<vorn_tracker, TrackerDeleter> tracker_;
+  Bmp24Frame bmp_;
+  std::map<int, Track> tracks_;
+  const uint8_t *fg_ = nullptr;
+  int64_t started_ = 0, learning_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Analytic> create_track(const AnalyticSpec &spec, const StreamInfo &stream) {
+  return std::make_unique<TrackAnalytic>(spec, stream);
+}
+
+}  // namespace vt
+
+#endif

@@ -1,0 +1,164 @@
+#include "video_reader.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libswscale/swscale.h>
+}
+
+#include <sys/stat.h>
+
+#include <cmath>
+
+#include "error.h"
+
+namespace vt {
+
+namespace {
+
+std::string av_message(int err) {
+  char buf[AV_ERROR_MAX_STRING_SIZE] = {0};
+  av_strerror(err, buf, sizeof buf);
+  return buf;
+}
+
+bool is_pattern(const std::string &path) { return path.find('%') != std::string::npos; }
+
+}  // namespace
+
+struct VideoReader::Impl {
+  AVFormatContext *fmt = nullptr;
+  AVCodecContext *dec = nullptr;
+  AVPacket *pkt = nullptr;
+  AVFrame *frm = nullptr;
+  SwsContext *sws = nullptr;
+  int stream = -1;
+  AVRational time_base{0, 1};
+  int64_t first_pts = AV_NOPTS_VALUE;
+  int64_t decoded = 0;
+  bool draining = false;
+  bool finished = false;
+
+  ~Impl() {
+    sws_freeContext(sws);
+    av_frame_free(&frm);
+    av_packet_free(&pkt);
+    avcodec_free_context(&dec);
+    avformat_close_input(&fmt);
+  }
+};
+
+VideoReader::VideoReader(const std::string &path) : impl_(new Impl), path_(path) {
+  struct stat st;
+  if (!is_pattern(path) && stat(path.c_str(), &st) != 0) runtime_error("input '" + path + "' does not exist");
+  if (!is_pattern(path) && S_ISDIR(st.st_mode))
+    runtime_error("input '" + path + "' is a directory; give a file or a pattern such as dir/%04d.png");
+
+  Impl &m = *impl_;
+  const AVInputFormat *forced = is_pattern(path) ? av_find_input_format("image2") : nullptr;
+  int err = avformat_open_input(&m.fmt, path.c_str(), forced, nullptr);
+  if (err < 0) runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
+  err = avformat_find_stream_info(m.fmt, nullptr);
+  if (err < 0) runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
+
+  const AVCodec *codec = nullptr;
+  m.stream = av_find_best_stream(m.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
+  if (m.stream < 0 || !codec) runtime_error("input '" + path + "' has no decodable video stream");
+  AVStream *st_v = m.fmt->streams[m.stream];
+
+  m.dec = avcodec_alloc_context3(codec);
+  if (!m.dec) runtime_error("out of memory opening '" + path + "'");
+  avcodec_parameters_to_context(m.dec, st_v->codecpar);
+  // One decoding thread per stream: parallelism comes from running several streams at once.
+  m.dec->thread_count = 1;
+  err = avcodec_open2(m.dec, codec, nullptr);
+  if (err < 0) runtime_error("input '" + path + "': cannot open the " + codec->name + " decoder: " + av_message(err));
+  if (m.dec->width <= 0 || m.dec->height <= 0) runtime_error("input '" + path + "' has a video stream without a size");
+
+  m.pkt = av_packet_alloc();
+  m.frm = av_frame_alloc();
+  if (!m.pkt || !m.frm) runtime_error("out of memory opening '" + path + "'");
+  m.time_base = st_v->time_base;
+
+  info_.width = m.dec->width;
+  info_.height = m.dec->height;
+  AVRational rate = av_guess_frame_rate(m.fmt, st_v, nullptr);
+  info_.fps = (rate.num > 0 && rate.den > 0) ? av_q2d(rate) : 25.0;
+  if (st_v->nb_frames > 0) {
+    info_.frame_count = st_v->nb_frames;
+  } else if (st_v->duration > 0 && st_v->duration != AV_NOPTS_VALUE) {
+    info_.frame_count = static_cast<int64_t>(std::llround(st_v->duration * av_q2d(st_v->time_base) * info_.fps));
+  } else if (m.fmt->duration > 0) {
+    info_.frame_count = static_cast<int64_t>(std::llround(m.fmt->duration / double(AV_TIME_BASE) * info_.fps));
+  }
+}
+
+VideoReader::~VideoReader() = default;
+
+bool VideoReader::next(Frame &frame) {
+  Impl &m = *impl_;
+  if (m.finished) return false;
+  for (;;) {
+    int err = avcodec_receive_frame(m.dec, m.frm);
+    if (err == 0) break;
+    if (err == AVERROR_EOF) {
+      m.finished = true;
+      return false;
+    }
+    if (err != AVERROR(EAGAIN)) runtime_error("input '" + path_ + "': decoding failed: " + av_message(err));
+    if (m.draining) {
+      m.finished = true;
+      return false;
+    }
+    // Feed the decoder the next packet of our stream, or start draining at the end of the file.
+    for (;;) {
+      err = av_read_frame(m.fmt, m.pkt);
+      if (err < 0) {
+        avcodec_send_packet(m.dec, nullptr);
+        m.draining = true;
+        break;
+      }
+      if (m.pkt->stream_index != m.stream) {
+        av_packet_unref(m.pkt);
+        continue;
+      }
+      err = avcodec_send_packet(m.dec, m.pkt);
+      av_packet_unref(m.pkt);
+      // A damaged packet is skipped; the decoder resynchronises on the next one.
+      if (err < 0 && err != AVERROR(EAGAIN) && err != AVERROR_INVALIDDATA)
+        runtime_error("input '" + path_ + "': decoding failed: " + av_message(err));
+      break;
+    }
+  }
+
+  const int w = info_.width, h = info_.height;
+  if (m.frm->width != w || m.frm->height != h) {
+    av_frame_unref(m.frm);
+    runtime_error("input '" + path_ + "': the frame size changes inside the stream");
+  }
+  m.sws = sws_getCachedContext(m.sws, w, h, static_cast<AVPixelFormat>(m.frm->format), w, h, AV_PIX_FMT_BGR24,
+                               SWS_BILINEAR, nullptr, nullptr, nullptr);
+  if (!m.sws) {
+    av_frame_unref(m.frm);
+    runtime_error("input '" + path_ + "': cannot convert its pixel format to BGR");
+  }
+  if (frame.width != w || frame.height != h || frame.bgr.size() != size_t(w) * h * 3) frame.resize(w, h);
+  uint8_t *dst[4] = {frame.bgr.data(), nullptr, nullptr, nullptr};
+  int dst_stride[4] = {w * 3, 0, 0, 0};
+  sws_scale(m.sws, m.frm->data, m.frm->linesize, 0, h, dst, dst_stride);
+
+  int64_t pts = m.frm->best_effort_timestamp;
+  frame.index = m.decoded;
+  if (pts != AV_NOPTS_VALUE && m.time_base.den > 0) {
+    if (m.first_pts == AV_NOPTS_VALUE) m.first_pts = pts;
+    frame.time = double(pts - m.first_pts) * av_q2d(m.time_base);
+  } else {
+    frame.time = double(m.decoded) / info_.fps;
+  }
+  ++m.decoded;
+  av_frame_unref(m.frm);
+  return true;
+}
+
+}  // namespace vt
