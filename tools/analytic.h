@@ -12,7 +12,7 @@
 #include "draw.h"
 #include "frame.h"
 #include "geometry.h"
-#include "spec.h"
+#include "analytic_settings.h"
 
 namespace vt {
 
@@ -22,7 +22,7 @@ struct Event {
   int stream = 0;
   int64_t frame = 0;
   double time = 0.0;
-  std::string analytic;  // the spec's name
+  std::string analytic;  // the settings's name
   std::string kind;      // e.g. "cross", "trigger", "pass", "left", "track_start", "track_end"
   std::vector<int> ids;
   std::vector<Box> boxes;
@@ -65,13 +65,13 @@ class Analytic {
 
 // Whether `kind` can run in this build; when not, `why` says which part of the library it waits for.
 bool analytic_available(const std::string &kind, std::string *why);
-// Creates the analytic for a validated spec over a stream of the given size. Throws ToolError with
+// Creates the analytic for a validated settings over a stream of the given size. Throws ToolError with
 // kExitUnavailable when the kind is not available in this build, and a runtime error when the library fails.
-std::unique_ptr<Analytic> create_analytic(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_analytic(const AnalyticSettings &settings, const StreamInfo &stream);
 
-// Draws a spec's geometry: the guard line with its band and direction arrow, the two counting areas, the
+// Draws a settings's geometry: the guard line with its band and direction arrow, the two counting areas, the
 // watched region.
-void draw_spec_geometry(Canvas &canvas, const AnalyticSpec &spec);
+void draw_analytic_geometry(Canvas &canvas, const AnalyticSettings &settings);
 
 }  // namespace vt
 

@@ -12,7 +12,7 @@ namespace {
 struct Entry {
   const char *kind;
   // Creates the analytic, or nullptr while the library lacks the family it needs.
-  std::unique_ptr<Analytic> (*create)(const AnalyticSpec &, const StreamInfo &);
+  std::unique_ptr<Analytic> (*create)(const AnalyticSettings &, const StreamInfo &);
   const char *needs;  // what it waits for while unavailable
 };
 
@@ -67,14 +67,14 @@ bool analytic_available(const std::string &kind, std::string *why) {
   return false;
 }
 
-std::unique_ptr<Analytic> create_analytic(const AnalyticSpec &spec, const StreamInfo &stream) {
+std::unique_ptr<Analytic> create_analytic(const AnalyticSettings &settings, const StreamInfo &stream) {
   std::string why;
-  if (!analytic_available(spec.kind, &why))
-    throw ToolError(kExitUnavailable, spec.kind + ": not available in this build (" + why + ")");
-  return entry(spec.kind)->create(spec, stream);
+  if (!analytic_available(settings.kind, &why))
+    throw ToolError(kExitUnavailable, settings.kind + ": not available in this build (" + why + ")");
+  return entry(settings.kind)->create(settings, stream);
 }
 
-void draw_spec_geometry(Canvas &c, const AnalyticSpec &s) {
+void draw_analytic_geometry(Canvas &c, const AnalyticSettings &s) {
   if (s.kind == "guard" && s.line) {
     const Segment &l = *s.line;
     // The band: a rectangle of half-width `half_width` around the line, tinted.

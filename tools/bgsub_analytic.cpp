@@ -18,9 +18,9 @@ constexpr int64_t kMotionOn = 30, kMotionOff = 10;
 
 class BgsubAnalytic : public Analytic {
  public:
-  BgsubAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
-      : spec_(spec), width_(info.width), height_(info.height),
-        model_(spec.name, spec.bk_type, 4, info.width, info.height, spec.bk_params) {}
+  BgsubAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), width_(info.width), height_(info.height),
+        model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {}
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     BkModelRunner::Step step = model_.feed(frame);
@@ -79,19 +79,19 @@ class BgsubAnalytic : public Analytic {
   void draw(Canvas &c) const override {
     c.tint_mask(model_.mask(), width_, height_, colors::kRed, 120);
     char text[96];
-    std::snprintf(text, sizeof text, "%s MODEL %u FG %lld.%02lld%%", spec_.name.c_str(), spec_.bk_type,
+    std::snprintf(text, sizeof text, "%s MODEL %u FG %lld.%02lld%%", settings_.name.c_str(), settings_.bk_type,
                   static_cast<long long>(share_ / 100), static_cast<long long>(share_ % 100));
-    draw_label(c, learned_ ? text : spec_.name + " LEARNING", colors::kRed);
+    draw_label(c, learned_ ? text : settings_.name + " LEARNING", colors::kRed);
   }
 
   std::vector<SummaryRow> summary() const override {
     char mean[32];
     double m = frames_with_mask_ ? double(share_sum_) / frames_with_mask_ / 100.0 : 0.0;
     std::snprintf(mean, sizeof mean, "%.2f%%", m);
-    return {{spec_.name, "learning frames", std::to_string(model_.learning_frames())},
-            {spec_.name, "scene changes", std::to_string(model_.scene_changes())},
-            {spec_.name, "motion segments", std::to_string(segments_)},
-            {spec_.name, "mean foreground", mean}};
+    return {{settings_.name, "learning frames", std::to_string(model_.learning_frames())},
+            {settings_.name, "scene changes", std::to_string(model_.scene_changes())},
+            {settings_.name, "motion segments", std::to_string(segments_)},
+            {settings_.name, "mean foreground", mean}};
   }
 
   const uint8_t *mask() const override { return model_.mask(); }
@@ -105,7 +105,7 @@ class BgsubAnalytic : public Analytic {
     events.push_back(e);
   }
 
-  AnalyticSpec spec_;
+  AnalyticSettings settings_;
   int width_, height_;
   BkModelRunner model_;
   bool learned_ = false, learning_now_ = false, moving_ = false;
@@ -115,8 +115,8 @@ class BgsubAnalytic : public Analytic {
 
 }  // namespace
 
-std::unique_ptr<Analytic> create_bgsub(const AnalyticSpec &spec, const StreamInfo &stream) {
-  return std::make_unique<BgsubAnalytic>(spec, stream);
+std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const StreamInfo &stream) {
+  return std::make_unique<BgsubAnalytic>(settings, stream);
 }
 
 }  // namespace vt

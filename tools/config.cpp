@@ -64,12 +64,12 @@ class Reader {
     return p;
   }
 
-  AnalyticSpec analytic(const Json &a, size_t index) const {
+  AnalyticSettings analytic(const Json &a, size_t index) const {
     const std::string where = "analytics[" + std::to_string(index) + "]";
     if (a.type != Json::kObject) fail(a, where + " must be an object");
     const Json *kind = a.find("kind");
     if (!kind) fail(a, where + " has no \"kind\"");
-    AnalyticSpec s;
+    AnalyticSettings s;
     s.kind = string(*kind, where + ".kind");
     if (!is_analytic_kind(s.kind))
       fail(*kind, "unknown analytic kind '" + s.kind + "' (guard, count, track, left, bgsub, plate, trajectories)");
@@ -170,15 +170,15 @@ void load_config_text(const std::string &text, const std::string &origin, RunPla
   if (!analytics) r.fail(doc, "no \"analytics\" list");
   if (analytics->type != Json::kArray) r.fail(*analytics, "\"analytics\" must be an array");
   if (analytics->items.empty()) r.fail(*analytics, "\"analytics\" is empty");
-  std::vector<AnalyticSpec> specs;
-  for (size_t i = 0; i < analytics->items.size(); ++i) specs.push_back(r.analytic(analytics->items[i], i));
+  std::vector<AnalyticSettings> settings_list;
+  for (size_t i = 0; i < analytics->items.size(); ++i) settings_list.push_back(r.analytic(analytics->items[i], i));
   // Names label events and tables: two analytics of one kind get numbered names unless they were named.
-  std::vector<int> same(specs.size(), 0);
-  for (size_t i = 0; i < specs.size(); ++i)
-    for (size_t j = 0; j < specs.size(); ++j) same[i] += specs[j].name == specs[i].name;
-  for (size_t i = 0; i < specs.size(); ++i)
-    if (same[i] > 1) specs[i].name += "#" + std::to_string(i);
-  plan.analytics.insert(plan.analytics.end(), specs.begin(), specs.end());
+  std::vector<int> same(settings_list.size(), 0);
+  for (size_t i = 0; i < settings_list.size(); ++i)
+    for (size_t j = 0; j < settings_list.size(); ++j) same[i] += settings_list[j].name == settings_list[i].name;
+  for (size_t i = 0; i < settings_list.size(); ++i)
+    if (same[i] > 1) settings_list[i].name += "#" + std::to_string(i);
+  plan.analytics.insert(plan.analytics.end(), settings_list.begin(), settings_list.end());
   if (plan.inputs.empty()) plan.inputs = inputs;
 }
 

@@ -15,10 +15,10 @@ namespace {
 
 class CountAnalytic : public Analytic {
  public:
-  CountAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
-      : spec_(spec), width_(info.width), height_(info.height),
-        model_(spec.name, spec.bk_type, 4, info.width, info.height, spec.bk_params) {
-    std::vector<vorn_point> a0 = closed_points(*spec.area0), a1 = closed_points(*spec.area1);
+  CountAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), width_(info.width), height_(info.height),
+        model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {
+    std::vector<vorn_point> a0 = closed_points(*settings.area0), a1 = closed_points(*settings.area1);
     vorn_counter_params p{};
     p.area0_points = a0.data();
     p.area1_points = a1.data();
@@ -26,19 +26,19 @@ class CountAnalytic : public Analytic {
     p.area1_count = static_cast<int32_t>(a1.size());
     p.width = static_cast<uint32_t>(info.width);
     p.height = static_cast<uint32_t>(info.height);
-    p.sensitivity = static_cast<uint32_t>(sensitivity_of(spec));
-    p.max_frame = static_cast<uint32_t>(spec.max_frame);
-    p.logic = static_cast<uint32_t>(spec.logic);
+    p.sensitivity = static_cast<uint32_t>(sensitivity_of(settings));
+    p.max_frame = static_cast<uint32_t>(settings.max_frame);
+    p.logic = static_cast<uint32_t>(settings.logic);
     counter_.reset(vorn_counter_create(&p));
-    if (!counter_) runtime_error(spec.name + ": the object counter could not be created");
+    if (!counter_) runtime_error(settings.name + ": the object counter could not be created");
     vorn_result r = vorn_counter_start(counter_.get());
-    if (r != VORN_OK) library_failed(spec.name, "starting the counter", r);
+    if (r != VORN_OK) library_failed(settings.name, "starting the counter", r);
   }
   void feed(const Frame &frame, std::vector<Event> &events) override {
     if (flash_ > 0) --flash_;
     if (model_.feed(frame) != BkModelRunner::Step::kForeground) return;
     vorn_result r = vorn_counter_set_mask(counter_.get(), model_.mask());
-    if (r != VORN_OK) library_failed(spec_.name, "counting frame " + std::to_string(frame.index), r);
+    if (r != VORN_OK) library_failed(settings_.name, "counting frame " + std::to_string(frame.index), r);
     uint32_t ev = vorn_counter_get_event(counter_.get());
     count_[0] = vorn_counter_get_count(counter_.get(), 0);
     count_[1] = vorn_counter_get_count(counter_.get(), 1);
@@ -55,26 +55,26 @@ class CountAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     c.tint_mask(model_.mask(), width_, height_, colors::kYellow, 90);
-    draw_spec_geometry(c, spec_);
+    draw_analytic_geometry(c, settings_);
     if (flash_ > 0) {
-      const Polygon &done = last_from_ == 0 ? *spec_.area1 : *spec_.area0;
+      const Polygon &done = last_from_ == 0 ? *settings_.area1 : *settings_.area0;
       c.fill_polygon(done, colors::kWhite, 120);
     }
     char text[96];
-    std::snprintf(text, sizeof text, "%s A0>A1 %lld  A1>A0 %lld", spec_.name.c_str(),
+    std::snprintf(text, sizeof text, "%s A0>A1 %lld  A1>A0 %lld", settings_.name.c_str(),
                   static_cast<long long>(count_[0]), static_cast<long long>(count_[1]));
     draw_label(c, text, colors::kCyan);
   }
 
   std::vector<SummaryRow> summary() const override {
-    return {{spec_.name, "passes area0->area1", std::to_string(count_[0])},
-            {spec_.name, "passes area1->area0", std::to_string(count_[1])},
-            {spec_.name, "learning frames", std::to_string(model_.learning_frames())}};
+    return {{settings_.name, "passes area0->area1", std::to_string(count_[0])},
+            {settings_.name, "passes area1->area0", std::to_string(count_[1])},
+            {settings_.name, "learning frames", std::to_string(model_.learning_frames())}};
   }
 
   std::vector<TruthRow> against(const SceneTruth &t) const override {
-    TruthRow a{spec_.name, "passes area0->area1", count_[0], t.passes_from(0), false};
-    TruthRow b{spec_.name, "passes area1->area0", count_[1], t.passes_from(1), false};
+    TruthRow a{settings_.name, "passes area0->area1", count_[0], t.passes_from(0), false};
+    TruthRow b{settings_.name, "passes area1->area0", count_[1], t.passes_from(1), false};
     a.ok = a.found == a.truth;
     b.ok = b.found == b.truth;
     return {a, b};
@@ -83,7 +83,7 @@ class CountAnalytic : public Analytic {
   const uint8_t *mask() const override { return model_.mask(); }
 
  private:
-  AnalyticSpec spec_;
+  AnalyticSettings settings_;
   int width_, height_;
   BkModelRunner model_;
   struct CounterDeleter {
@@ -97,8 +97,8 @@ class CountAnalytic : public Analytic {
 
 }  // namespace
 
-std::unique_ptr<Analytic> create_count(const AnalyticSpec &spec, const StreamInfo &stream) {
-  return std::make_unique<CountAnalytic>(spec, stream);
+std::unique_ptr<Analytic> create_count(const AnalyticSettings &settings, const StreamInfo &stream) {
+  return std::make_unique<CountAnalytic>(settings, stream);
 }
 
 }  // namespace vt

@@ -36,19 +36,19 @@
 namespace vt {
 
 #if VORN_TOOL_HAVE_BK_MODEL
-std::unique_ptr<Analytic> create_bgsub(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 #if VORN_TOOL_HAVE_BK_MODEL && VORN_TOOL_HAVE_COUNTER
-std::unique_ptr<Analytic> create_count(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_count(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 #if VORN_TOOL_HAVE_GUARD
-std::unique_ptr<Analytic> create_guard(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_guard(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 #if VORN_TOOL_HAVE_OBLD
-std::unique_ptr<Analytic> create_left(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_left(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 #if VORN_TOOL_HAVE_TRACKER
-std::unique_ptr<Analytic> create_track(const AnalyticSpec &spec, const StreamInfo &stream);
+std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 
 }  // namespace vt

@@ -16,18 +16,18 @@ namespace {
 
 class GuardAnalytic : public Analytic {
  public:
-  GuardAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
-      : spec_(spec), width_(info.width), height_(info.height) {
+  GuardAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), width_(info.width), height_(info.height) {
     vorn_guard_params p{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), VORN_FORMAT_RGB,
-                        spec.bk_type};
+                        settings.bk_type};
     vorn_guard *g = nullptr;
     vorn_result r = vorn_guard_create(&p, &g);
-    if (r != VORN_OK || !g) library_failed(spec.name, "creating the guard", r);
+    if (r != VORN_OK || !g) library_failed(settings.name, "creating the guard", r);
     guard_.reset(g);
-    const Segment &l = *spec.line, &d = *spec.direction;
+    const Segment &l = *settings.line, &d = *settings.direction;
     r = vorn_guard_set_lines(g, vorn_line{l.a.x, l.a.y, l.b.x, l.b.y}, vorn_line{d.a.x, d.a.y, d.b.x, d.b.y},
-                             spec.half_width);
-    if (r != VORN_OK) library_failed(spec.name, "setting the guard lines", r);
+                             settings.half_width);
+    if (r != VORN_OK) library_failed(settings.name, "setting the guard lines", r);
   }
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
@@ -39,7 +39,7 @@ class GuardAnalytic : public Analytic {
     } else if (r == VORN_E_LEARNING) {
       ++learning_;
     } else if (r != VORN_OK) {
-      library_failed(spec_.name, "processing frame " + std::to_string(frame.index), r);
+      library_failed(settings_.name, "processing frame " + std::to_string(frame.index), r);
     }
     traces_.clear();
     for (int i = 0; i < 8; ++i) {
@@ -81,26 +81,26 @@ class GuardAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     if (fg_) c.tint_mask(fg_, width_, height_, colors::kRed, 100);
-    draw_spec_geometry(c, spec_);
+    draw_analytic_geometry(c, settings_);
     for (const Trace &t : traces_) {
       Rgb col = t.triggered ? colors::kGreen : t.crossed ? colors::kYellow : colors::kWhite;
       c.trace({t.from, t.to}, col);
     }
     char text[96];
-    std::snprintf(text, sizeof text, "%s TRIGGER %lld  CROSS %lld", spec_.name.c_str(),
+    std::snprintf(text, sizeof text, "%s TRIGGER %lld  CROSS %lld", settings_.name.c_str(),
                   static_cast<long long>(triggers_), static_cast<long long>(crosses_));
     draw_label(c, text, shown_ == VORN_GUARD_EVENT_NONE ? colors::kWhite : colors::kGreen);
   }
 
   std::vector<SummaryRow> summary() const override {
-    return {{spec_.name, "triggers (guarded direction)", std::to_string(triggers_)},
-            {spec_.name, "crosses (other direction)", std::to_string(crosses_)},
-            {spec_.name, "learning frames", std::to_string(learning_)}};
+    return {{settings_.name, "triggers (guarded direction)", std::to_string(triggers_)},
+            {settings_.name, "crosses (other direction)", std::to_string(crosses_)},
+            {settings_.name, "learning frames", std::to_string(learning_)}};
   }
 
   std::vector<TruthRow> against(const SceneTruth &t) const override {
-    TruthRow a{spec_.name, "triggers (down)", triggers_, t.crossings_down(), false};
-    TruthRow b{spec_.name, "crosses (up)", crosses_, t.crossings_up(), false};
+    TruthRow a{settings_.name, "triggers (down)", triggers_, t.crossings_down(), false};
+    TruthRow b{settings_.name, "crosses (up)", crosses_, t.crossings_up(), false};
     a.ok = a.found == a.truth;
     b.ok = b.found == b.truth;
     return {a, b};
@@ -117,7 +117,7 @@ class GuardAnalytic : public Analytic {
     void operator()(vorn_guard *g) const { vorn_guard_destroy(g); }
   };
 
-  AnalyticSpec spec_;
+  AnalyticSettings settings_;
   int width_, height_;
   std::unique_ptr<vorn_guard, GuardDeleter> guard_;
   Bmp24Frame bmp_;
@@ -129,8 +129,8 @@ class GuardAnalytic : public Analytic {
 
 }  // namespace
 
-std::unique_ptr<Analytic> create_guard(const AnalyticSpec &spec, const StreamInfo &stream) {
-  return std::make_unique<GuardAnalytic>(spec, stream);
+std::unique_ptr<Analytic> create_guard(const AnalyticSettings &settings, const StreamInfo &stream) {
+  return std::make_unique<GuardAnalytic>(settings, stream);
 }
 
 }  // namespace vt

@@ -26,8 +26,8 @@ int64_t overlap_percent(const Box &a, const Box &b) {
 
 class LeftAnalytic : public Analytic {
  public:
-  LeftAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
-      : spec_(spec), width_(info.width), height_(info.height) {}
+  LeftAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), width_(info.width), height_(info.height) {}
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     uint8_t *data = const_cast<uint8_t *>(bmp_.fill(frame));
@@ -40,7 +40,7 @@ class LeftAnalytic : public Analytic {
     } else if (r == VORN_E_LEARNING) {
       ++learning_;
     } else if (r != VORN_OK) {
-      library_failed(spec_.name, "processing frame " + std::to_string(frame.index), r);
+      library_failed(settings_.name, "processing frame " + std::to_string(frame.index), r);
     }
     vorn_mono_image *fg = nullptr;
     fg_ = (vorn_obld_get_fg(obld_.get(), &fg) == VORN_OK && fg && fg->data && int(fg->width) == width_ &&
@@ -88,27 +88,27 @@ class LeftAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     if (fg_) c.tint_mask(fg_, width_, height_, colors::kOrange, 90);
-    draw_spec_geometry(c, spec_);
+    draw_analytic_geometry(c, settings_);
     for (const Known &k : known_) {
       c.box(k.box, colors::kRed, 3);
       c.text(k.box.left, std::max(0, k.box.top - 20), "LEFT " + std::to_string(k.id), colors::kRed, 2);
     }
-    draw_label(c, spec_.name + " OBJECTS " + std::to_string(known_.size()), colors::kGreen);
+    draw_label(c, settings_.name + " OBJECTS " + std::to_string(known_.size()), colors::kGreen);
   }
 
   std::vector<SummaryRow> summary() const override {
-    return {{spec_.name, "objects left", std::to_string(last_id_)},
-            {spec_.name, "first reported at frame", std::to_string(first_frame_)},
-            {spec_.name, "learning frames", std::to_string(learning_)}};
+    return {{settings_.name, "objects left", std::to_string(last_id_)},
+            {settings_.name, "first reported at frame", std::to_string(first_frame_)},
+            {settings_.name, "learning frames", std::to_string(learning_)}};
   }
 
   std::vector<TruthRow> against(const SceneTruth &t) const override {
     if (t.left.frame < 0) return {};
-    TruthRow count{spec_.name, "objects left", last_id_, 1, last_id_ == 1};
+    TruthRow count{settings_.name, "objects left", last_id_, 1, last_id_ == 1};
     // Reported after it was put down (it has to stay a while first), and where it lies.
-    TruthRow when{spec_.name, "frame reported (truth: put down)", first_frame_, t.left.frame, first_frame_ > t.left.frame};
+    TruthRow when{settings_.name, "frame reported (truth: put down)", first_frame_, t.left.frame, first_frame_ > t.left.frame};
     int64_t ov = first_frame_ >= 0 ? overlap_percent(first_box_, t.left.box) : 0;
-    TruthRow where{spec_.name, "box overlap with the bag %", ov, 100, ov >= 30};
+    TruthRow where{settings_.name, "box overlap with the bag %", ov, 100, ov >= 30};
     return {count, when, where};
   }
 
@@ -125,7 +125,7 @@ class LeftAnalytic : public Analytic {
 
   void create(const uint8_t *first) {
     std::vector<vorn_point> region;
-    for (const Pt &p : *spec_.region) region.push_back(vorn_point{p.x, p.y});
+    for (const Pt &p : *settings_.region) region.push_back(vorn_point{p.x, p.y});
     vorn_obld_params p{};
     p.width = static_cast<uint32_t>(width_);
     p.height = static_cast<uint32_t>(height_);
@@ -133,18 +133,18 @@ class LeftAnalytic : public Analytic {
     p.first_frame = first;
     p.region_pts = region.data();
     p.region_count = static_cast<uint32_t>(region.size());
-    p.sensitivity = static_cast<uint32_t>(sensitivity_of(spec_));
-    p.learn_frames = static_cast<uint32_t>(spec_.learn_frames);
+    p.sensitivity = static_cast<uint32_t>(sensitivity_of(settings_));
+    p.learn_frames = static_cast<uint32_t>(settings_.learn_frames);
     vorn_obld *o = nullptr;
     vorn_result r = vorn_obld_create(&p, &o);
-    if (r != VORN_OK || !o) library_failed(spec_.name, "creating the left-object detector", r);
+    if (r != VORN_OK || !o) library_failed(settings_.name, "creating the left-object detector", r);
     obld_.reset(o);
-    vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(spec_.frame_threshold));
-    if (spec_.bk_interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(spec_.bk_interval));
-    vorn_obld_enable_scenecut(o, spec_.scenecut ? 1u : 0u);
+    vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(settings_.frame_threshold));
+    if (settings_.bk_interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(settings_.bk_interval));
+    vorn_obld_enable_scenecut(o, settings_.scenecut ? 1u : 0u);
   }
 
-  AnalyticSpec spec_;
+  AnalyticSettings settings_;
   int width_, height_;
   std::unique_ptr<vorn_obld, ObldDeleter> obld_;
   Bmp24Frame bmp_;
@@ -158,8 +158,8 @@ class LeftAnalytic : public Analytic {
 
 }  // namespace
 
-std::unique_ptr<Analytic> create_left(const AnalyticSpec &spec, const StreamInfo &stream) {
-  return std::make_unique<LeftAnalytic>(spec, stream);
+std::unique_ptr<Analytic> create_left(const AnalyticSettings &settings, const StreamInfo &stream) {
+  return std::make_unique<LeftAnalytic>(settings, stream);
 }
 
 }  // namespace vt

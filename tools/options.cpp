@@ -75,11 +75,11 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
 
   const std::string cmd = plan.command;
   const bool single = is_analytic_kind(cmd);
-  AnalyticSpec spec;
-  spec.kind = single ? cmd : "";
-  spec.name = spec.kind;
+  AnalyticSettings settings;
+  settings.kind = single ? cmd : "";
+  settings.name = settings.kind;
   std::vector<std::pair<uint32_t, uint32_t>> params;
-  uint32_t bk_type = AnalyticSpec().bk_type;
+  uint32_t bk_type = AnalyticSettings().bk_type;
   bool analytic_options_given = false;
 
   // Each option: which commands accept it, and what it does with its value.
@@ -122,27 +122,27 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
                    }}},
       {"--param", {true, only({"guard", "count", "track", "bgsub"}),
                    [&](const std::string &o, const std::string &v) { params.push_back(parse_bk_param(v, o)); }}},
-      {"--line", {true, only({"guard"}), [&](const std::string &o, const std::string &v) { spec.line = parse_segment(v, o); }}},
+      {"--line", {true, only({"guard"}), [&](const std::string &o, const std::string &v) { settings.line = parse_segment(v, o); }}},
       {"--direction", {true, only({"guard"}),
-                       [&](const std::string &o, const std::string &v) { spec.direction = parse_segment(v, o); }}},
+                       [&](const std::string &o, const std::string &v) { settings.direction = parse_segment(v, o); }}},
       {"--half-width", {true, only({"guard"}),
-                        [&](const std::string &o, const std::string &v) { spec.half_width = parse_int(v, o, 1, 100000); }}},
-      {"--area0", {true, only({"count"}), [&](const std::string &o, const std::string &v) { spec.area0 = parse_polygon(v, o); }}},
-      {"--area1", {true, only({"count"}), [&](const std::string &o, const std::string &v) { spec.area1 = parse_polygon(v, o); }}},
+                        [&](const std::string &o, const std::string &v) { settings.half_width = parse_int(v, o, 1, 100000); }}},
+      {"--area0", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area0 = parse_polygon(v, o); }}},
+      {"--area1", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area1 = parse_polygon(v, o); }}},
       {"--max-frame", {true, only({"count"}),
-                       [&](const std::string &o, const std::string &v) { spec.max_frame = parse_int(v, o, 0, 1000000000); }}},
-      {"--logic", {true, only({"count"}), [&](const std::string &o, const std::string &v) { spec.logic = parse_int(v, o, 0, 1); }}},
+                       [&](const std::string &o, const std::string &v) { settings.max_frame = parse_int(v, o, 0, 1000000000); }}},
+      {"--logic", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.logic = parse_int(v, o, 0, 1); }}},
       {"--sensitivity", {true, only({"count", "left"}),
-                         [&](const std::string &o, const std::string &v) { spec.sensitivity = parse_int(v, o, 0, 100); }}},
-      {"--region", {true, only({"left"}), [&](const std::string &o, const std::string &v) { spec.region = parse_polygon(v, o); }}},
+                         [&](const std::string &o, const std::string &v) { settings.sensitivity = parse_int(v, o, 0, 100); }}},
+      {"--region", {true, only({"left"}), [&](const std::string &o, const std::string &v) { settings.region = parse_polygon(v, o); }}},
       {"--frame-threshold", {true, only({"left"}), [&](const std::string &o, const std::string &v) {
-                               spec.frame_threshold = parse_int(v, o, 0, 1000000000);
+                               settings.frame_threshold = parse_int(v, o, 0, 1000000000);
                              }}},
       {"--bk-interval", {true, only({"left"}),
-                         [&](const std::string &o, const std::string &v) { spec.bk_interval = parse_int(v, o, 0, 1000000000); }}},
+                         [&](const std::string &o, const std::string &v) { settings.bk_interval = parse_int(v, o, 0, 1000000000); }}},
       {"--learn-frames", {true, only({"left"}),
-                          [&](const std::string &o, const std::string &v) { spec.learn_frames = parse_int(v, o, 0, 1000000); }}},
-      {"--scenecut", {false, only({"left"}), [&](const std::string &, const std::string &) { spec.scenecut = true; }}},
+                          [&](const std::string &o, const std::string &v) { settings.learn_frames = parse_int(v, o, 0, 1000000); }}},
+      {"--scenecut", {false, only({"left"}), [&](const std::string &, const std::string &) { settings.scenecut = true; }}},
   };
 
   for (int i = 2; i < argc; ++i) {
@@ -193,15 +193,15 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   if (!plan.config_path.empty()) load_config(plan.config_path, plan);
   if (cmd == "run" && plan.config_path.empty()) usage_error("run: give the analytics with --config FILE.json");
   if (single) {
-    spec.bk_type = bk_type;
-    spec.bk_params = params;
+    settings.bk_type = bk_type;
+    settings.bk_params = params;
     if (plan.config_path.empty()) {
-      plan.analytics.push_back(spec);
+      plan.analytics.push_back(settings);
     } else {
       // The configuration then holds the analytic's settings; mixing both would leave it unclear which wins.
       if (analytic_options_given)
         usage_error(cmd + ": give the analytic's settings either on the command line or in --config, not both");
-      for (const AnalyticSpec &a : plan.analytics)
+      for (const AnalyticSettings &a : plan.analytics)
         if (a.kind != cmd)
           usage_error("config '" + plan.config_path + "' defines a '" + a.kind + "' analytic; use 'vorn run' for several kinds");
       if (plan.analytics.empty()) usage_error("config '" + plan.config_path + "' defines no analytic");

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "spec.h"
+#include "analytic_settings.h"
 
 namespace vt {
 
@@ -15,7 +15,7 @@ constexpr const char *kSceneInput = "@scene";
 
 struct RunPlan {
   std::string command;                  // guard, count, track, left, bgsub, plate, trajectories, run, demo, scene, help
-  std::vector<AnalyticSpec> analytics;  // what runs over every stream
+  std::vector<AnalyticSettings> analytics;  // what runs over every stream
   std::vector<std::string> inputs;      // video files, image-sequence patterns or @scene; empty: @scene
   std::string config_path;
   std::string events_path;    // "" or "-": standard output

@@ -33,7 +33,7 @@ struct StreamTask {
   int index = 0;
   std::unique_ptr<FrameSource> source;
   const SceneTruth *truth = nullptr;  // set when the stream is the built-in scene
-  std::vector<AnalyticSpec> specs;
+  std::vector<AnalyticSettings> settings_list;
   std::string annotate, snapshot, masks;
   // Results.
   int64_t frames = 0;
@@ -74,9 +74,9 @@ void draw_header(Canvas &c, const Frame &f) {
 
 void draw_overlay(Canvas &c, const StreamTask &t, const std::vector<std::unique_ptr<Analytic>> &analytics,
                   const Frame &f) {
-  for (size_t i = 0; i < t.specs.size(); ++i) {
+  for (size_t i = 0; i < t.settings_list.size(); ++i) {
     if (analytics[i]) analytics[i]->draw(c);
-    else draw_spec_geometry(c, t.specs[i]);
+    else draw_analytic_geometry(c, t.settings_list[i]);
   }
   draw_header(c, f);
 }
@@ -114,7 +114,7 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
                 const std::atomic<bool> &stop) {
   const StreamInfo &info = t.source->info();
   std::vector<std::unique_ptr<Analytic>> analytics;
-  for (const AnalyticSpec &s : t.specs) {
+  for (const AnalyticSettings &s : t.settings_list) {
     if (analytic_available(s.kind, nullptr)) analytics.push_back(create_analytic(s, info));
     else analytics.push_back(nullptr);  // drawn as geometry only (the demo's analytics that wait)
   }
@@ -138,7 +138,7 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
         events[k].stream = t.index;
         events[k].frame = frame.index;
         events[k].time = frame.time;
-        events[k].analytic = t.specs[i].name;
+        events[k].analytic = t.settings_list[i].name;
       }
     }
     sink.write(events);
@@ -196,7 +196,7 @@ int run_plan(RunPlan plan) {
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
     for (const char *k : {"guard", "count", "track", "left", "bgsub"}) {
-      AnalyticSpec s;
+      AnalyticSettings s;
       s.kind = s.name = k;
       plan.analytics.push_back(s);
       std::string why;
@@ -220,18 +220,18 @@ int run_plan(RunPlan plan) {
     } else {
       t.source = std::make_unique<VideoReader>(plan.inputs[i]);
     }
-    t.specs = plan.analytics;
+    t.settings_list = plan.analytics;
     const StreamInfo &info = t.source->info();
-    for (AnalyticSpec &s : t.specs) {
+    for (AnalyticSettings &s : t.settings_list) {
       if (t.truth) fill_from_scene(s, *t.truth);
-      validate_spec(s, info.width, info.height);
+      validate_settings(s, info.width, info.height);
     }
     t.annotate = stream_path(plan.annotate_path, i, n);
     t.snapshot = stream_path(plan.snapshot_path, i, n);
     t.masks = stream_path(plan.masks_path, i, n);
   }
   if (!demo) {
-    for (const AnalyticSpec &s : plan.analytics) {
+    for (const AnalyticSettings &s : plan.analytics) {
       std::string why;
       if (!analytic_available(s.kind, &why))
         throw ToolError(kExitUnavailable, s.kind + ": not available in this build (" + why + ")");

@@ -18,13 +18,13 @@ constexpr size_t kTraceLength = 150;  // centres kept per track for drawing
 
 class TrackAnalytic : public Analytic {
  public:
-  TrackAnalytic(const AnalyticSpec &spec, const StreamInfo &info)
-      : spec_(spec), width_(info.width), height_(info.height) {
+  TrackAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), width_(info.width), height_(info.height) {
     vorn_tracker_params p{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), VORN_FORMAT_RGB,
-                          spec.bk_type};
+                          settings.bk_type};
     vorn_tracker *t = nullptr;
     vorn_result r = vorn_tracker_create(&p, &t);
-    if (r != VORN_OK || !t) library_failed(spec.name, "creating the tracker", r);
+    if (r != VORN_OK || !t) library_failed(settings.name, "creating the tracker", r);
     tracker_.reset(t);
   }
 
@@ -37,7 +37,7 @@ class TrackAnalytic : public Analytic {
     } else if (r == VORN_E_LEARNING) {
       ++learning_;
     } else if (r != VORN_OK) {
-      library_failed(spec_.name, "processing frame " + std::to_string(frame.index), r);
+      library_failed(settings_.name, "processing frame " + std::to_string(frame.index), r);
     }
     vorn_tracker_obj *objs = nullptr;
     uint32_t n = 0;
@@ -90,18 +90,18 @@ class TrackAnalytic : public Analytic {
       c.text(kv.second.box.left, std::max(0, kv.second.box.top - 18), std::to_string(kv.first), col, 2);
     }
     char text[96];
-    std::snprintf(text, sizeof text, "%s LIVE %zu  TRACKS %lld", spec_.name.c_str(), tracks_.size(),
+    std::snprintf(text, sizeof text, "%s LIVE %zu  TRACKS %lld", settings_.name.c_str(), tracks_.size(),
                   static_cast<long long>(started_));
     draw_label(c, text, colors::kBlue);
   }
 
   std::vector<SummaryRow> summary() const override {
-    return {{spec_.name, "tracks", std::to_string(started_)},
-            {spec_.name, "learning frames", std::to_string(learning_)}};
+    return {{settings_.name, "tracks", std::to_string(started_)},
+            {settings_.name, "learning frames", std::to_string(learning_)}};
   }
 
   std::vector<TruthRow> against(const SceneTruth &t) const override {
-    return {TruthRow{spec_.name, "tracks (truth: people)", started_, t.walkers, started_ == t.walkers}};
+    return {TruthRow{settings_.name, "tracks (truth: people)", started_, t.walkers, started_ == t.walkers}};
   }
 
   const uint8_t *mask() const override { return fg_; }
@@ -116,7 +116,7 @@ class TrackAnalytic : public Analytic {
     void operator()(vorn_tracker *t) const { vorn_tracker_destroy(t); }
   };
 
-  AnalyticSpec spec_;
+  AnalyticSettings settings_;
   int width_, height_;
   std::unique_ptr<vorn_tracker, TrackerDeleter> tracker_;
   Bmp24Frame bmp_;
@@ -127,8 +127,8 @@ class TrackAnalytic : public Analytic {
 
 }  // namespace
 
-std::unique_ptr<Analytic> create_track(const AnalyticSpec &spec, const StreamInfo &stream) {
-  return std::make_unique<TrackAnalytic>(spec, stream);
+std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const StreamInfo &stream) {
+  return std::make_unique<TrackAnalytic>(settings, stream);
 }
 
 }  // namespace vt

@@ -18,10 +18,10 @@ bool available(const char *kind) {
 }
 
 std::unique_ptr<vt::Analytic> make(const char *kind, const vt::StreetScene &scene) {
-  vt::AnalyticSpec s;
+  vt::AnalyticSettings s;
   s.kind = s.name = kind;
   vt::fill_from_scene(s, scene.truth());
-  vt::validate_spec(s, 768, 576);
+  vt::validate_settings(s, 768, 576);
   return vt::create_analytic(s, scene.info());
 }
 

@@ -41,7 +41,7 @@ TEST(CommandLine, GuardGeometryAndOutputs) {
                          "--param", "window=0x101", "--param", "7=9", "in1.mp4", "in2.mp4"});
   EXPECT_EQ(p.command, "guard");
   ASSERT_EQ(p.analytics.size(), 1u);
-  const vt::AnalyticSpec &g = p.analytics[0];
+  const vt::AnalyticSettings &g = p.analytics[0];
   EXPECT_EQ(g.kind, "guard");
   ASSERT_TRUE(g.line && g.direction);
   EXPECT_EQ(g.line->a.x, 60);
@@ -157,15 +157,15 @@ TEST(Config, SingleAnalyticCommandTakesItsSettingsFromOneSource) {
 }
 
 TEST(Validation, GeometryIsCheckedAgainstTheFrame) {
-  auto error = [](const vt::AnalyticSpec &s) -> std::string {
+  auto error = [](const vt::AnalyticSettings &s) -> std::string {
     try {
-      vt::validate_spec(s, 768, 576);
+      vt::validate_settings(s, 768, 576);
     } catch (const vt::ToolError &e) {
       return e.what();
     }
     return "(accepted)";
   };
-  vt::AnalyticSpec g;
+  vt::AnalyticSettings g;
   g.kind = g.name = "guard";
   EXPECT_EQ(error(g), "guard: guard line is missing (give --line x0,y0,x1,y1)");
   g.line = vt::Segment{{0, 0}, {768, 10}};
@@ -176,7 +176,7 @@ TEST(Validation, GeometryIsCheckedAgainstTheFrame) {
   g.direction = vt::Segment{{5, 5}, {5, 5}};
   EXPECT_EQ(error(g), "guard: direction line has zero length");
 
-  vt::AnalyticSpec c;
+  vt::AnalyticSettings c;
   c.kind = c.name = "count";
   c.area0 = vt::Polygon{{0, 0}, {10, 0}, {10, 10}};
   c.area1 = vt::Polygon{{0, 0}, {10, -1}, {10, 10}};
@@ -187,7 +187,7 @@ TEST(Validation, GeometryIsCheckedAgainstTheFrame) {
   // On the built-in scene, missing geometry comes from the scene's own layout and fits its frame.
   vt::StreetScene scene(10);
   for (const char *kind : {"guard", "count", "left", "track", "bgsub"}) {
-    vt::AnalyticSpec s;
+    vt::AnalyticSettings s;
     s.kind = s.name = kind;
     vt::fill_from_scene(s, scene.truth());
     EXPECT_EQ(error(s), "(accepted)") << kind;

@@ -1,7 +1,7 @@
 // What one analytic over one stream is asked to do: its kind, its geometry and its settings, as given on the
 // command line or in a configuration file.
-#ifndef VORN_TOOLS_SPEC_H
-#define VORN_TOOLS_SPEC_H
+#ifndef VORN_TOOLS_ANALYTIC_SETTINGS_H
+#define VORN_TOOLS_ANALYTIC_SETTINGS_H
 
 #include <cstdint>
 #include <optional>
@@ -15,7 +15,7 @@ namespace vt {
 
 struct SceneTruth;
 
-struct AnalyticSpec {
+struct AnalyticSettings {
   std::string kind;  // guard, count, track, left, bgsub, plate, trajectories
   std::string name;  // label in events and tables; the kind unless the configuration names it
 
@@ -41,18 +41,18 @@ struct AnalyticSpec {
   int sensitivity = -1;
 };
 
-// The kinds a spec may name, in the order the demo runs them.
+// The kinds a settings may name, in the order the demo runs them.
 const std::vector<std::string> &analytic_kinds();
 bool is_analytic_kind(const std::string &kind);
 
-// The spec's sensitivity, or its kind's default.
-int sensitivity_of(const AnalyticSpec &spec);
+// The settings's sensitivity, or its kind's default.
+int sensitivity_of(const AnalyticSettings &settings);
 
-// Fills geometry the spec lacks from the scene's own layout (used when running on the built-in scene).
-void fill_from_scene(AnalyticSpec &spec, const SceneTruth &truth);
-// Checks the spec against a frame size: required geometry present, points inside the frame, lines of non-zero
+// Fills geometry the settings lacks from the scene's own layout (used when running on the built-in scene).
+void fill_from_scene(AnalyticSettings &settings, const SceneTruth &truth);
+// Checks the settings against a frame size: required geometry present, points inside the frame, lines of non-zero
 // length, polygons of at least 3 points. Throws a usage error naming the analytic.
-void validate_spec(const AnalyticSpec &spec, int width, int height);
+void validate_settings(const AnalyticSettings &settings, int width, int height);
 
 // Parses a background-model parameter "ID=VALUE" where ID is 0..31 or a name (sensitivity, scene_cut, shadow,
 // erode, dilate, window, learn_frames) and VALUE is decimal or 0x-hexadecimal.

@@ -1,4 +1,4 @@
-#include "spec.h"
+#include "analytic_settings.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,20 +19,20 @@ bool is_analytic_kind(const std::string &kind) {
   return std::find(k.begin(), k.end(), kind) != k.end();
 }
 
-int sensitivity_of(const AnalyticSpec &spec) {
-  if (spec.sensitivity >= 0) return spec.sensitivity;
-  return spec.kind == "count" ? 10 : 30;
+int sensitivity_of(const AnalyticSettings &settings) {
+  if (settings.sensitivity >= 0) return settings.sensitivity;
+  return settings.kind == "count" ? 10 : 30;
 }
 
-void fill_from_scene(AnalyticSpec &spec, const SceneTruth &truth) {
-  if (spec.kind == "guard") {
-    if (!spec.line) spec.line = truth.guard_line;
-    if (!spec.direction) spec.direction = truth.direction_line;
-  } else if (spec.kind == "count") {
-    if (!spec.area0) spec.area0 = truth.area0;
-    if (!spec.area1) spec.area1 = truth.area1;
-  } else if (spec.kind == "left") {
-    if (!spec.region) spec.region = truth.region;
+void fill_from_scene(AnalyticSettings &settings, const SceneTruth &truth) {
+  if (settings.kind == "guard") {
+    if (!settings.line) settings.line = truth.guard_line;
+    if (!settings.direction) settings.direction = truth.direction_line;
+  } else if (settings.kind == "count") {
+    if (!settings.area0) settings.area0 = truth.area0;
+    if (!settings.area1) settings.area1 = truth.area1;
+  } else if (settings.kind == "left") {
+    if (!settings.region) settings.region = truth.region;
   }
 }
 
@@ -50,7 +50,7 @@ static void check_area(const std::optional<Polygon> &p, int w, int h, const std:
   check_inside(*p, w, h, what);
 }
 
-void validate_spec(const AnalyticSpec &s, int w, int h) {
+void validate_settings(const AnalyticSettings &s, int w, int h) {
   const std::string who = s.name.empty() ? s.kind : s.name;
   if (s.kind == "guard") {
     check_segment(s.line, w, h, who + ": guard line", "--line");
