@@ -20,5 +20,6 @@
 #include "vorn_histogram.h"
 #include "vorn_meanshift.h"
 #include "vorn_obj_maker.h"
+#include "vorn_vbc.h"
 
 #endif /* VORN_H */
