@@ -8,7 +8,8 @@
  *
  * Recording, per frame: the frame is converted to luma, a 3-level mono pyramid is built, every live point is
  * followed with vorn_opticalflow_pyr_lk (21 x 21 window, 10 steps), and a point's trajectory ends when the point
- * is lost, leaves the frame or jumps farther than the jump limit in one frame. Then, where the picture moves
+ * is lost, leaves the frame, jumps farther than the jump limit in one frame, or has stayed within 2 pixels of
+ * one place for 30 frames (it has settled on the background). Then, where the picture moves
  * and has room, new points are seeded at corners and each starts a trajectory. Corners are the local maxima of
  * the smaller eigenvalue of the Sobel structure matrix summed over 3 x 3 pixels, at least 900 and 1/100 of the
  * strongest in the seeding area, taken strongest first and farther than the seeding spacing from each other. The picture moves where the quarter-size pyramid level changed by at least the motion threshold

@@ -33,6 +33,9 @@ constexpr float kDownRadius2 = 200.0f;
 // Points within half a pixel (this much added to the squared distance) of the nearest count as equally near
 // while dragging.
 constexpr float kMoveSlack = 0.25f;
+// A point that stays within 2 px of one place for this many frames has settled on the background: it ends.
+constexpr uint32_t kStillFrames = 30;
+constexpr float kStillRadius2 = 4.0f;
 
 uint32_t or_default(uint32_t v, uint32_t d) { return v ? v : d; }
 
@@ -142,6 +145,8 @@ VORN_API void vorn_vbc_destroy(vorn_vbc *v) {
   block_release(v->status);
   block_release(v->live_traj);
   block_release(v->seeds);
+  block_release(v->anchor);
+  block_release(v->anchor_frame);
   block_release(v->strength);
   block_release(v->candidates);
   vbc_store_release(&v->store);
@@ -183,6 +188,8 @@ VORN_API vorn_result vorn_vbc_create(const vorn_vbc_params *params, vorn_vbc **o
        (v->status = block_new<uint32_t>(p.max_points)) != nullptr &&
        (v->live_traj = block_new<uint32_t>(p.max_points)) != nullptr &&
        (v->seeds = block_new<vorn_point>(p.max_points)) != nullptr &&
+       (v->anchor = block_new<vorn_point2f>(p.max_points)) != nullptr &&
+       (v->anchor_frame = block_new<uint32_t>(p.max_points)) != nullptr &&
        (v->strength = block_new<float>(area)) != nullptr &&
        (v->candidates = block_new<VbcCandidate>((size_t)(p.width / 2 + 1) * (p.height / 2 + 1))) != nullptr &&
        vbc_store_init(&v->store, p.max_trajectories, (p.max_positions + kVbcSlot - 1) / kVbcSlot);
@@ -215,6 +222,13 @@ VORN_API vorn_result vorn_vbc_process(vorn_vbc *v, const void *frame, uint32_t f
       const vorn_point2f a0 = v->live_pts[i], b0 = v->new_pts[i];
       const float dx = b0.x - a0.x, dy = b0.y - a0.y;
       if (status[i] == VORN_FLOW_FOUND && (!inside(v, b0) || !(dx * dx + dy * dy <= jump2))) status[i] = VORN_FLOW_LOST;
+      const float ax = b0.x - v->anchor[i].x, ay = b0.y - v->anchor[i].y;
+      if (ax * ax + ay * ay > kStillRadius2) {
+        v->anchor[i] = b0;
+        v->anchor_frame[i] = v->frames;
+      } else if (v->frames - v->anchor_frame[i] >= kStillFrames) {
+        status[i] = VORN_FLOW_LOST;
+      }
     }
   } else {
     for (uint32_t i = 0; i < v->live_count; ++i) status[i] = VORN_FLOW_LOST;
@@ -240,6 +254,8 @@ VORN_API vorn_result vorn_vbc_process(vorn_vbc *v, const void *frame, uint32_t f
     if (status[i] == VORN_FLOW_FOUND && vbc_store_append(&s, t, v->new_pts[i])) {
       v->live_pts[n] = v->new_pts[i];
       v->live_traj[n] = t;
+      v->anchor[n] = v->anchor[i];
+      v->anchor_frame[n] = v->anchor_frame[i];
       s.traj[t].live = n + 1;
       ++n;
     } else {
@@ -256,6 +272,8 @@ VORN_API vorn_result vorn_vbc_process(vorn_vbc *v, const void *frame, uint32_t f
     ++v->next_seq;
     s.traj[t].live = v->live_count + 1;
     v->live_pts[v->live_count] = pt;
+    v->anchor[v->live_count] = pt;
+    v->anchor_frame[v->live_count] = v->frames;
     v->live_traj[v->live_count++] = t;
   }
   v->cur = nxt;

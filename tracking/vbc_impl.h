@@ -71,6 +71,8 @@ struct vorn_vbc {
   // Live points: position in the previous frame, estimate in the current one, flow status, trajectory.
   vorn_point2f *live_pts, *new_pts;
   uint32_t *status, *live_traj;
+  vorn_point2f *anchor;    // where each live point was when it last moved by more than 2 px ...
+  uint32_t *anchor_frame;  // ... and the frame
   uint32_t live_count;
   vorn_point *seeds;
   float *strength;         // corner strength of the masked pixels (others stale)
