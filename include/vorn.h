@@ -31,5 +31,6 @@
 #include "vorn_obj_maker.h"
 #include "vorn_version.h"
 #include "vorn_bk_model.h"
+#include "vorn_vbc.h"
 
 #endif /* VORN_H */
