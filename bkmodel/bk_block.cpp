@@ -49,17 +49,8 @@ void fill_block(uint8_t *fg, size_t x, size_t y, size_t w, uint8_t v) {
 extern "C" {
 
 VORN_API vorn_result bk_model_create_block(vorn_bk_model_init_params *params, void **out_handle) {
-  void *ext;
-  vorn_result r = bk_create_with_ext(params, out_handle, sizeof(bk_ext_buffer), 0, 0, &ext);
-  if (r != VORN_OK) return r;
-  vorn_bk_model *m = static_cast<vorn_bk_model *>(*out_handle);
-  bk_ext_buffer *e = static_cast<bk_ext_buffer *>(ext);
-  if (!(e->buffer = block_new<block_state>(block_count(m)))) {
-    bk_model_destroy_block(m);
-    *out_handle = nullptr;
-    return VORN_E_NOMEM;
-  }
-  return VORN_OK;
+  return bk_create_with_buffer(params, out_handle, 0,
+                               [](const vorn_bk_model *m) -> size_t { return block_count(m) * sizeof(block_state); });
 }
 
 VORN_API vorn_result bk_model_process_block(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {

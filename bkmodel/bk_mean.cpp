@@ -30,17 +30,8 @@ bk_pass_planes current_planes(vorn_bk_model *m) {
 extern "C" {
 
 VORN_API vorn_result bk_model_create_mean(vorn_bk_model_init_params *params, void **out_handle) {
-  void *ext;
-  vorn_result r = bk_create_with_ext(params, out_handle, sizeof(bk_ext_buffer), 1, 0, &ext);
-  if (r != VORN_OK) return r;
-  vorn_bk_model *m = static_cast<vorn_bk_model *>(*out_handle);
-  bk_ext_buffer *e = static_cast<bk_ext_buffer *>(ext);
-  if (!(e->buffer = block_new<uint32_t>(4 * bk_pixels(m)))) {
-    bk_model_destroy_mean(m);
-    *out_handle = nullptr;
-    return VORN_E_NOMEM;
-  }
-  return VORN_OK;
+  return bk_create_with_buffer(params, out_handle, 1,
+                               [](const vorn_bk_model *m) -> size_t { return 4 * sizeof(uint32_t) * bk_pixels(m); });
 }
 
 VORN_API vorn_result bk_model_process_mean(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {

@@ -28,6 +28,21 @@ vorn_result bk_create_with_ext(vorn_bk_model_init_params *params, void **out_han
   return VORN_OK;
 }
 
+vorn_result bk_create_with_buffer(vorn_bk_model_init_params *params, void **out_handle, uint32_t post_enable,
+                                  size_t (*bytes_of)(const vorn_bk_model *m)) {
+  void *ext;
+  vorn_result r = bk_create_with_ext(params, out_handle, sizeof(bk_ext_buffer), post_enable, 0, &ext);
+  if (r != VORN_OK) return r;
+  vorn_bk_model *m = static_cast<vorn_bk_model *>(*out_handle);
+  bk_ext_buffer *e = static_cast<bk_ext_buffer *>(ext);
+  if (!(e->buffer = block_new<uint8_t>(bytes_of(m)))) {
+    bk_destroy_ext(m, true);
+    *out_handle = nullptr;
+    return VORN_E_NOMEM;
+  }
+  return VORN_OK;
+}
+
 vorn_result bk_destroy_ext(vorn_bk_model *m, bool with_buffer) {
   if (!m) return VORN_E_NULL;
   void *ext = m->ext;

@@ -76,6 +76,11 @@ void bk_mask_against_bk(vorn_bk_model *m);
 vorn_result bk_create_with_ext(vorn_bk_model_init_params *params, void **out_handle, size_t ext_size,
                                uint32_t post_enable, uint32_t sensitivity, void **out_ext);
 
+// Creates a model whose private record is a bk_ext_buffer holding one zeroed buffer of bytes_of(model) bytes.
+// On failure everything is released and *out_handle is null.
+vorn_result bk_create_with_buffer(vorn_bk_model_init_params *params, void **out_handle, uint32_t post_enable,
+                                  size_t (*bytes_of)(const vorn_bk_model *m));
+
 // Pixel count of the background image.
 inline size_t bk_pixels(const vorn_bk_model *m) { return (size_t)m->bk->width * m->bk->height; }
 
