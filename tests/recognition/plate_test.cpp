@@ -1,6 +1,5 @@
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -173,7 +172,7 @@ TEST(PlateReader, DebugImagesAreBitmapsOfTheStages) {
   const std::vector<uint8_t> frame = plate_synth::make_scene(rng, opt, nullptr).to_bmp24();
   ASSERT_EQ(vorn_plate_process(reader, frame.data(), VORN_FRAME_BMP24), VORN_OK);
   const std::string out = vorn_test::temp_path("debug");
-  mkdir(out.c_str(), 0755);
+  vorn_test::make_dir(out);
   ASSERT_EQ(vorn_plate_get_debug_image(reader, out.c_str()), VORN_OK);
   const int sizes[4][2] = {{640, 480}, {640, 480}, {-1, vorn::kPatchH}, {-1, vorn::kPatchH}};
   for (int i = 0; i < 4; ++i) {
@@ -225,7 +224,7 @@ TEST(PlateReader, RefusesBadParametersAndWeightFiles) {
   EXPECT_EQ(reader, nullptr);
 
   const std::string wdir = scratch + "_dir";
-  mkdir(wdir.c_str(), 0755);
+  vorn_test::make_dir(wdir);
   q.weights_dir = wdir.c_str();
   for (const std::string &n : names) vorn_test::write_file(wdir + "/" + n, vorn_test::read_file(dir + "/" + n));
   ASSERT_EQ(vorn_plate_create(&q, &reader), VORN_OK);

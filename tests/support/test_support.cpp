@@ -1,7 +1,11 @@
 #include "support/test_support.h"
 
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#ifdef _WIN32
+#include <direct.h>
+#endif
 
 #include <gtest/gtest.h>
 
@@ -47,6 +51,16 @@ std::vector<uint8_t> random_bytes(size_t n, uint32_t seed) {
     v[i] = (uint8_t)(s >> 11);
   }
   return v;
+}
+
+bool make_dir(const std::string &path) {
+#ifdef _WIN32
+  _mkdir(path.c_str());
+#else
+  mkdir(path.c_str(), 0755);
+#endif
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 && (st.st_mode & S_IFDIR);
 }
 
 std::vector<uint8_t> read_file(const std::string &path) {

@@ -23,6 +23,9 @@ std::string temp_path(const std::string &name);
 // Deterministic pseudo-random bytes.
 std::vector<uint8_t> random_bytes(size_t n, uint32_t seed);
 
+// Creates a directory (an existing one is fine); whether it exists afterwards.
+bool make_dir(const std::string &path);
+
 // Bytes of a file (empty when it cannot be read) and writing bytes to a file.
 std::vector<uint8_t> read_file(const std::string &path);
 void write_file(const std::string &path, const std::vector<uint8_t> &bytes);

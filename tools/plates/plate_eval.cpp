@@ -9,6 +9,12 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#ifdef _WIN32
+#include <direct.h>
+#define VORN_MKDIR(path) _mkdir(path)
+#else
+#define VORN_MKDIR(path) mkdir(path, 0755)
+#endif
 #include <time.h>
 
 #include <algorithm>
@@ -75,7 +81,7 @@ int main(int argc, char **argv) {
     plates_right += right == VORN_PLATE_CHARS;
     if (right != VORN_PLATE_CHARS && fail_dir) {
       const std::string dir = std::string(fail_dir) + "/" + std::to_string(i);
-      mkdir(dir.c_str(), 0755);
+      VORN_MKDIR(dir.c_str());
       vorn_plate_get_debug_image(reader, dir.c_str());
       printf("scene %d: truth %s, read %s (%s), score %.2f\n", i, t.text.c_str(), r == VORN_OK ? info.text : "-",
              found ? "located" : "not located", info.score);
