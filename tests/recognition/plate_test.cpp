@@ -101,6 +101,47 @@ TEST(PlateSegment, FindsSevenBoxesBesideBorderAndSplitsTouchingOnes) {
   EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes, &first), 0);
 }
 
+TEST(PlateSegment, PartsUprightsNoiseAndStrokesOfOneCharacter) {
+  const int top = vorn::kPatchBandTop, bottom = vorn::kPatchBandTop + vorn::kPatchBand;
+  Patch p(240);
+  std::vector<int> lefts;
+  for (int i = 0; i < 7; ++i) {
+    const int l = 16 + i * 30;
+    lefts.push_back(l);
+    if (i == 3) {
+      // A U: two uprights apart in the middle rows, joined only by the bottom bar.
+      p.fill(l, top, l + 3, bottom);
+      p.fill(l + 17, top, l + 20, bottom);
+      p.fill(l, bottom - 3, l + 20, bottom);
+    } else {
+      p.outline(l, top, l + 20, bottom);
+    }
+  }
+  // The left upright of the border touches the first character, and runs on well above and below the row.
+  p.fill(12, 2, 16, 46);
+  // A speckled stripe above the row crosses more stroke-sized runs than any character row.
+  for (int x = 40; x + 3 < 236; x += 6) p.fill(x, 3, x + 3, 6);
+  vorn_mono_image img = p.image();
+  std::vector<uint8_t> ink(img.width * img.height);
+  vorn_rect boxes[vorn::kPlateMaxSegments];
+  int first = -1;
+  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes, &first), 7);
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(boxes[i].left, lefts[i]) << i;  // the upright is not part of the first box, the U is one box
+    EXPECT_EQ(boxes[i].right, lefts[i] + 20) << i;
+    EXPECT_EQ(boxes[i].top, top) << i;
+    EXPECT_EQ(boxes[i].bottom, bottom) << i;
+  }
+
+  // A bare stroke standing alone in the row (what a broken upright leaves) is not a character.
+  Patch q(240);
+  q.fill(10, top + 2, 13, bottom - 2);
+  for (int i = 0; i < 7; ++i) q.outline(20 + i * 30, top, 40 + i * 30, bottom);
+  vorn_mono_image qimg = q.image();
+  ASSERT_EQ(vorn::plate_segment(&qimg, ink.data(), boxes, &first), 7);
+  EXPECT_EQ(boxes[0].left, 20);
+}
+
 vorn_plate_params reader_params(const std::string &dir) {
   vorn_plate_params p;
   memset(&p, 0, sizeof p);
@@ -145,8 +186,8 @@ TEST(PlateReader, ReadsSyntheticScenes) {
     chars += right;
     whole += right == VORN_PLATE_CHARS;
   }
-  EXPECT_GE(whole, n * 3 / 4);
-  EXPECT_GE(chars, n * VORN_PLATE_CHARS * 9 / 10);
+  EXPECT_GE(whole, n * 5 / 6);
+  EXPECT_GE(chars, n * VORN_PLATE_CHARS * 19 / 20);
 
   // A frame without a plate reads nothing, and the getters say so.
   plate_synth::Rgb empty(640, 480);
