@@ -142,6 +142,29 @@ TEST(PlateSegment, PartsUprightsNoiseAndStrokesOfOneCharacter) {
   EXPECT_EQ(boxes[0].left, 20);
 }
 
+TEST(PlateSynth, CharacterCentresLieOnTheRow) {
+  // An upright plate 52.4 x 11.4 units (2.6 margin, letters 5 and digits 4 wide with gaps of 2, 3.6 between the
+  // groups) drawn as a 524 x 114 rectangle at (100, 50): ten pixels a unit, so the
+  // first glyph (a letter, 5 units wide, 2.6 units in) is centred at x = 100 + 51 and the row's middle is 3.5
+  // units below the 2.2-unit margin, y = 50 + 57.
+  plate_synth::Quad q = {{100, 624, 624, 100}, {50, 50, 164, 164}};
+  double pw, ph;
+  plate_synth::plate_units("AB123CD", &pw, &ph);
+  ASSERT_NEAR(pw, 52.4, 1e-9);
+  ASSERT_NEAR(ph, 11.4, 1e-9);
+  std::vector<double> x, y;
+  plate_synth::char_centres("AB123CD", q, &x, &y);
+  ASSERT_EQ(x.size(), 7u);
+  EXPECT_NEAR(x[0], 151, 1e-6);
+  EXPECT_NEAR(x[2], 100 + 10 * (2.6 + 7 + 8.6 + 2), 1e-6);  // after two letters, a gap and the group gap
+  for (int c = 0; c < 7; ++c) EXPECT_NEAR(y[c], 107, 1e-6) << c;
+  // Under perspective the centres still run left to right inside the plate's quad.
+  plate_synth::Quad p = {{100, 540, 548, 96}, {40, 60, 150, 180}};
+  plate_synth::char_centres("AB123CD", p, &x, &y);
+  for (int c = 1; c < 7; ++c) EXPECT_GT(x[c], x[c - 1]);
+  for (int c = 0; c < 7; ++c) EXPECT_TRUE(y[c] > 40 && y[c] < 180) << c;
+}
+
 vorn_plate_params reader_params(const std::string &dir) {
   vorn_plate_params p;
   memset(&p, 0, sizeof p);
