@@ -87,7 +87,8 @@ class LeftAnalytic : public Analytic {
 
   std::vector<SummaryRow> summary() const override {
     return {{settings_.name, "objects left", std::to_string(last_id_)},
-            {settings_.name, "first reported at frame", std::to_string(first_frame_)},
+            {settings_.name, "first reported at frame",
+             first_frame_ >= 0 ? std::to_string(first_frame_) : std::string("none")},
             {settings_.name, "learning frames", std::to_string(learning_)}};
   }
 

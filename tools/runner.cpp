@@ -93,10 +93,12 @@ void draw_totals(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analyt
     }
     if (!line.empty()) lines.push_back(line);
   }
+  // One size for all lines: the usual one, or half of it when any line would not fit the picture.
+  int scale = 2;
+  for (const std::string &l : lines)
+    if (Canvas::text_width(l, 2) > c.width() - 16) scale = 1;
   int y = c.height() - 8 - static_cast<int>(lines.size()) * 20;
   for (const std::string &l : lines) {
-    // Lines too long for the picture at the usual size are written at half size.
-    int scale = Canvas::text_width(l, 2) <= c.width() - 16 ? 2 : 1;
     c.text(8, y + (2 - scale) * 8, l, colors::kWhite, scale);
     y += 20;
   }
