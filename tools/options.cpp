@@ -28,7 +28,7 @@ commands:
   trajectories  point trajectories:         [--save FILE] [--max-points N (400)] [--min-length N (10)]
                                             [--min-distance PX (10)] [--motion-threshold T (10)]
   run           several analytics over each stream, from --config FILE.json
-  demo          every available analytic but plate on the built-in scene; outputs go to --out DIR (default out)
+  demo          every available analytic on the built-in scene; outputs go to --out DIR (default out)
   info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON;
                 with no INPUT, lists the analytics and whether this build has them
   scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)

@@ -13,6 +13,7 @@
 #include "vorn_plate.h"
 
 #include "library_frame.h"
+#include "scene.h"
 
 namespace vt {
 
@@ -88,6 +89,7 @@ class PlateAnalytic : public Analytic {
         order_.push_back(text_);
       }
       p.best = std::max(p.best, run_.best);
+      p.box = box_;
       Event e;
       e.kind = "plate";
       e.text = text_;
@@ -115,6 +117,19 @@ class PlateAnalytic : public Analytic {
     draw_label(c, label, colors::kGreen);
   }
 
+  // The scene's parked car carries one plate: it is to be read, at its place, and nothing else reported.
+  std::vector<TruthRow> against(const SceneTruth &t) const override {
+    int64_t right = 0, other = 0;
+    for (const std::string &text : order_) {
+      const Box &b = plates_.at(text).box;
+      const bool at_plate = b.left < t.plate_box.right && b.right > t.plate_box.left && b.top < t.plate_box.bottom &&
+                            b.bottom > t.plate_box.top;
+      (text == t.plate && at_plate ? right : other) += 1;
+    }
+    return {TruthRow{settings_.name, "plate " + t.plate + " read", right, 1, right == 1},
+            TruthRow{settings_.name, "other plates reported", other, 0, other == 0}};
+  }
+
   std::vector<SummaryRow> summary() const override {
     std::vector<SummaryRow> rows = {{settings_.name, "plates read", std::to_string(order_.size())},
                                     {settings_.name, "frames with a reading", std::to_string(frames_read_)}};
@@ -138,6 +153,7 @@ class PlateAnalytic : public Analytic {
     int64_t last_seen = -1, first_reported = -1, appearances = 0;
     bool reported = false;  // already reported in its current appearance
     float best = 0.0f;
+    Box box;                // where it stood when last reported
   };
 
   AnalyticSettings settings_;

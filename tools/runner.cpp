@@ -212,7 +212,7 @@ int run_plan(RunPlan plan) {
     if (plan.events_path.empty()) plan.events_path = d + "events.jsonl";
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
-    for (const char *k : {"guard", "count", "track", "left", "bgsub", "trajectories"}) {
+    for (const char *k : {"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}) {
       AnalyticSettings s;
       s.kind = s.name = k;
       plan.analytics.push_back(s);
@@ -333,6 +333,7 @@ int run_plan(RunPlan plan) {
       text += ", a bag left at frame " + std::to_string(truth->left.frame) + " in [" +
               std::to_string(truth->left.box.left) + "," + std::to_string(truth->left.box.top) + "," +
               std::to_string(truth->left.box.right) + "," + std::to_string(truth->left.box.bottom) + "]";
+    if (!truth->plate.empty()) text += ", a parked car with the plate " + truth->plate;
     text += "\n";
   }
   for (const std::string &w : waiting) text += w + "\n";
