@@ -7,7 +7,7 @@
 #include "core/cpu.h"
 
 #if defined(__SSE2__)
-#include <emmintrin.h>
+#include "tracking/lk_rows_simd.h"
 #endif
 
 namespace vorn {
@@ -42,48 +42,24 @@ void lk_mismatch_row_c(const uint8_t *a, const uint8_t *b, const float wt[4], co
 
 namespace {
 
-// Four bytes from p as four floats.
-inline __m128 load4(const uint8_t *p) {
-  int32_t v;
-  memcpy(&v, p, 4);
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i w = _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), zero), zero);
-  return _mm_cvtepi32_ps(w);
-}
-
 // Lanes below `valid` all ones, the rest zero.
 inline __m128 lane_mask(int32_t valid) {
   return _mm_castsi128_ps(_mm_cmplt_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(valid)));
 }
 
-// The gradient rule for four neighbouring elements; adds their products into one group of four lanes, except
-// in the lanes `valid` clears.
+// One group of four elements into lanes [4h, 4h + 4) of the eight.
 inline void gradient4(const float *up, const float *mid, const float *dn, float *ival, float *ix, float *iy,
                       __m128 valid, __m128 *gxx, __m128 *gxy, __m128 *gyy) {
-  const __m128 three = _mm_set1_ps(3.0f), ten = _mm_set1_ps(10.0f), scale = _mm_set1_ps(1.0f / 32.0f);
-  const __m128 u0 = _mm_loadu_ps(up), u1 = _mm_loadu_ps(up + 1), u2 = _mm_loadu_ps(up + 2);
-  const __m128 m0 = _mm_loadu_ps(mid), m1 = _mm_loadu_ps(mid + 1), m2 = _mm_loadu_ps(mid + 2);
-  const __m128 d0 = _mm_loadu_ps(dn), d1 = _mm_loadu_ps(dn + 1), d2 = _mm_loadu_ps(dn + 2);
-  __m128 dx = _mm_add_ps(_mm_mul_ps(three, _mm_sub_ps(u2, u0)), _mm_mul_ps(ten, _mm_sub_ps(m2, m0)));
-  dx = _mm_mul_ps(_mm_add_ps(dx, _mm_mul_ps(three, _mm_sub_ps(d2, d0))), scale);
-  __m128 dy = _mm_add_ps(_mm_mul_ps(three, _mm_sub_ps(d0, u0)), _mm_mul_ps(ten, _mm_sub_ps(d1, u1)));
-  dy = _mm_mul_ps(_mm_add_ps(dy, _mm_mul_ps(three, _mm_sub_ps(d2, u2))), scale);
-  _mm_storeu_ps(ival, m1);
-  _mm_storeu_ps(ix, dx);
-  _mm_storeu_ps(iy, dy);
-  *gxx = _mm_add_ps(*gxx, _mm_and_ps(_mm_mul_ps(dx, dx), valid));
-  *gxy = _mm_add_ps(*gxy, _mm_and_ps(_mm_mul_ps(dx, dy), valid));
-  *gyy = _mm_add_ps(*gyy, _mm_and_ps(_mm_mul_ps(dy, dy), valid));
+  __m128 pxx, pxy, pyy;
+  gradient_group(up, mid, dn, ival, ix, iy, valid, &pxx, &pxy, &pyy);
+  *gxx = _mm_add_ps(*gxx, pxx), *gxy = _mm_add_ps(*gxy, pxy), *gyy = _mm_add_ps(*gyy, pyy);
 }
 
 inline void mismatch4(const uint8_t *a, const uint8_t *b, const __m128 w[4], const float *ival, const float *ix,
                       const float *iy, __m128 valid, __m128 *ax, __m128 *ay) {
-  __m128 j = _mm_add_ps(_mm_mul_ps(w[0], load4(a)), _mm_mul_ps(w[1], load4(a + 1)));
-  j = _mm_add_ps(j, _mm_mul_ps(w[2], load4(b)));
-  j = _mm_add_ps(j, _mm_mul_ps(w[3], load4(b + 1)));
-  const __m128 d = _mm_sub_ps(_mm_loadu_ps(ival), j);
-  *ax = _mm_add_ps(*ax, _mm_and_ps(_mm_mul_ps(d, _mm_loadu_ps(ix)), valid));
-  *ay = _mm_add_ps(*ay, _mm_and_ps(_mm_mul_ps(d, _mm_loadu_ps(iy)), valid));
+  __m128 px, py;
+  mismatch_group(a, b, w, ival, ix, iy, valid, &px, &py);
+  *ax = _mm_add_ps(*ax, px), *ay = _mm_add_ps(*ay, py);
 }
 
 }  // namespace

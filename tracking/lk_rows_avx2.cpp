@@ -1,52 +1,14 @@
 // AVX2 twins of the Lucas-Kanade row kernels: one register holds all eight lanes.
-#include <immintrin.h>
-#include <string.h>
-
 #include "tracking/lk_rows.h"
+#include "tracking/lk_rows_simd.h"
 
 namespace vorn {
 
 namespace {
 
-// Eight bytes from p as eight floats.
-inline __m256 load8(const uint8_t *p) {
-  return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p))));
-}
-
 // Lanes below `valid` all ones, the rest zero.
 inline __m256 lane_mask(int32_t valid) {
   return _mm256_castsi256_ps(_mm256_cmpgt_epi32(_mm256_set1_epi32(valid), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
-}
-
-// The gradient rule for elements 0..7 from up, mid, dn: stores ival, ix, iy and gives the three products per
-// lane, zero in the lanes that `valid` clears.
-inline void gradient8(const float *up, const float *mid, const float *dn, float *ival, float *ix, float *iy,
-                      __m256 valid, __m256 *pxx, __m256 *pxy, __m256 *pyy) {
-  const __m256 three = _mm256_set1_ps(3.0f), ten = _mm256_set1_ps(10.0f), scale = _mm256_set1_ps(1.0f / 32.0f);
-  const __m256 u0 = _mm256_loadu_ps(up), u1 = _mm256_loadu_ps(up + 1), u2 = _mm256_loadu_ps(up + 2);
-  const __m256 m0 = _mm256_loadu_ps(mid), m1 = _mm256_loadu_ps(mid + 1), m2 = _mm256_loadu_ps(mid + 2);
-  const __m256 d0 = _mm256_loadu_ps(dn), d1 = _mm256_loadu_ps(dn + 1), d2 = _mm256_loadu_ps(dn + 2);
-  __m256 dx = _mm256_add_ps(_mm256_mul_ps(three, _mm256_sub_ps(u2, u0)), _mm256_mul_ps(ten, _mm256_sub_ps(m2, m0)));
-  dx = _mm256_mul_ps(_mm256_add_ps(dx, _mm256_mul_ps(three, _mm256_sub_ps(d2, d0))), scale);
-  __m256 dy = _mm256_add_ps(_mm256_mul_ps(three, _mm256_sub_ps(d0, u0)), _mm256_mul_ps(ten, _mm256_sub_ps(d1, u1)));
-  dy = _mm256_mul_ps(_mm256_add_ps(dy, _mm256_mul_ps(three, _mm256_sub_ps(d2, u2))), scale);
-  _mm256_storeu_ps(ival, m1);
-  _mm256_storeu_ps(ix, dx);
-  _mm256_storeu_ps(iy, dy);
-  *pxx = _mm256_and_ps(_mm256_mul_ps(dx, dx), valid);
-  *pxy = _mm256_and_ps(_mm256_mul_ps(dx, dy), valid);
-  *pyy = _mm256_and_ps(_mm256_mul_ps(dy, dy), valid);
-}
-
-// The mismatch products of elements 0..7, zero in the lanes that `valid` clears.
-inline void mismatch8(const uint8_t *a, const uint8_t *b, const __m256 w[4], const float *ival, const float *ix,
-                      const float *iy, __m256 valid, __m256 *px, __m256 *py) {
-  __m256 j = _mm256_add_ps(_mm256_mul_ps(w[0], load8(a)), _mm256_mul_ps(w[1], load8(a + 1)));
-  j = _mm256_add_ps(j, _mm256_mul_ps(w[2], load8(b)));
-  j = _mm256_add_ps(j, _mm256_mul_ps(w[3], load8(b + 1)));
-  const __m256 d = _mm256_sub_ps(_mm256_loadu_ps(ival), j);
-  *px = _mm256_and_ps(_mm256_mul_ps(d, _mm256_loadu_ps(ix)), valid);
-  *py = _mm256_and_ps(_mm256_mul_ps(d, _mm256_loadu_ps(iy)), valid);
 }
 
 // The last partial group of a row of n >= 8 elements is done as the group n - 8 .. n - 1, overlapping the one
@@ -71,13 +33,13 @@ int32_t lk_gradient_row_avx2(const float *up, const float *mid, const float *dn,
   const __m256 all = lane_mask(8);
   int32_t k = 0;
   for (; k + 8 <= n; k += 8) {
-    gradient8(up + k, mid + k, dn + k, ival + k, ix + k, iy + k, all, &pxx, &pxy, &pyy);
+    gradient_group(up + k, mid + k, dn + k, ival + k, ix + k, iy + k, all, &pxx, &pxy, &pyy);
     xx = _mm256_add_ps(xx, pxx), xy = _mm256_add_ps(xy, pxy), yy = _mm256_add_ps(yy, pyy);
   }
   if (k < n) {
     const Tail t(n, n - k);
     const int32_t s = n - 8;
-    gradient8(up + s, mid + s, dn + s, ival + s, ix + s, iy + s, t.valid, &pxx, &pxy, &pyy);
+    gradient_group(up + s, mid + s, dn + s, ival + s, ix + s, iy + s, t.valid, &pxx, &pxy, &pyy);
     xx = _mm256_add_ps(xx, t.place(pxx)), xy = _mm256_add_ps(xy, t.place(pxy)), yy = _mm256_add_ps(yy, t.place(pyy));
   }
   _mm256_storeu_ps(gxx, xx);
@@ -94,13 +56,13 @@ int32_t lk_mismatch_row_avx2(const uint8_t *a, const uint8_t *b, const float wt[
   const __m256 all = lane_mask(8);
   int32_t k = 0;
   for (; k + 8 <= n; k += 8) {
-    mismatch8(a + k, b + k, w, ival + k, ix + k, iy + k, all, &px, &py);
+    mismatch_group(a + k, b + k, w, ival + k, ix + k, iy + k, all, &px, &py);
     ax = _mm256_add_ps(ax, px), ay = _mm256_add_ps(ay, py);
   }
   if (k < n) {
     const Tail t(n, n - k);
     const int32_t s = n - 8;
-    mismatch8(a + s, b + s, w, ival + s, ix + s, iy + s, t.valid, &px, &py);
+    mismatch_group(a + s, b + s, w, ival + s, ix + s, iy + s, t.valid, &px, &py);
     ax = _mm256_add_ps(ax, t.place(px)), ay = _mm256_add_ps(ay, t.place(py));
   }
   _mm256_storeu_ps(acc_x, ax);
