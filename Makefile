@@ -6,7 +6,7 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan demo bench install test-platforms clean
+.PHONY: all deps test test-release test-asan demo bench install test-platforms fuzz clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -53,6 +53,17 @@ install:
 # PLATFORMS="win32 win64 linux32" picks some of them.
 test-platforms:
 	@JOBS=$(JOBS) scripts/test-platforms.sh $(PLATFORMS)
+
+# The libFuzzer targets (fuzz/), built with clang and the sanitizers, each run from its seeds for FUZZ_RUNS inputs
+# with a fixed seed (FUZZ_SECONDS caps each target's time).
+FUZZ_RUNS ?= 20000
+FUZZ_SECONDS ?= 60
+fuzz:
+	@scripts/deps.sh fuzz
+	CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORN_FUZZ=ON \
+	  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_SHARED=OFF
+	cmake --build build/fuzz -j $(JOBS)
+	scripts/fuzz.sh build/fuzz $(FUZZ_RUNS) $(FUZZ_SECONDS)
 
 clean:
 	rm -rf build

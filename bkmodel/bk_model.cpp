@@ -195,68 +195,40 @@ VORN_API vorn_result bk_model_reset_wall(vorn_bk_model *m) { return bk_model_res
 
 VORN_API void vorn_bk_model_init(uint32_t type, vorn_bk_model_vtable *t) {
   if (!t) return;
-  t->create = bk_model_create;
-  t->destroy = bk_model_destroy;
+  // The five entries that differ between model types; the other four are shared by every type.
+  struct TypeRow {
+    decltype(t->create) create;
+    decltype(t->destroy) destroy;
+    decltype(t->process) process;
+    decltype(t->set_bk) set_bk;
+    decltype(t->reset) reset;
+  };
+  static const TypeRow kDef = {bk_model_create_def, bk_model_destroy_def, bk_model_process_def,
+                               bk_model_set_bk_def, bk_model_reset_def};
+  static const TypeRow kSal = {bk_model_create_sal, bk_model_destroy_def, bk_model_process_sal,
+                               bk_model_set_bk_def, bk_model_reset_def};
+  static const TypeRow kMog = {bk_model_create_mog, bk_model_destroy_mog, bk_model_process_mog,
+                               bk_model_set_bk_def, bk_model_reset_mog};
+  static const TypeRow kMean = {bk_model_create_mean, bk_model_destroy_mean, bk_model_process_mean,
+                                bk_model_set_bk_mean, bk_model_reset_mean};
+  static const TypeRow kBlock = {bk_model_create_block, bk_model_destroy_block, bk_model_process_block,
+                                 bk_model_set_bk_block, bk_model_reset_def};
+  static const TypeRow kMeanex = {bk_model_create_meanex, bk_model_destroy_meanex, bk_model_process_meanex,
+                                  bk_model_set_bk_meanex, bk_model_reset_meanex};
+  static const TypeRow kBaymean = {bk_model_create_baymean, bk_model_destroy_baymean, bk_model_process_baymean,
+                                   bk_model_set_bk_baymean, bk_model_reset_baymean};
+  // Types 4 and 6 share the rows of 1 and 3; 0 and every type past 8 get the default model.
+  static const TypeRow *const kByType[9] = {&kDef, &kSal, &kMog, &kMean, &kSal, &kBlock, &kMean, &kMeanex, &kBaymean};
+  const TypeRow &row = *kByType[type < 9 ? type : 0];
+  t->create = row.create;
+  t->destroy = row.destroy;
   t->get_image = bk_model_get_image;
-  t->process = bk_model_process;
+  t->process = row.process;
   t->get_fg = bk_model_get_fg;
-  t->set_bk = bk_model_set_bk;
+  t->set_bk = row.set_bk;
   t->get_bk = bk_model_get_bk;
-  t->reset = bk_model_reset;
+  t->reset = row.reset;
   t->set_param = bk_model_set_param;
-  switch (type) {
-    case 1:
-    case 4:
-      t->create = bk_model_create_sal;
-      t->destroy = bk_model_destroy_def;
-      t->process = bk_model_process_sal;
-      t->set_bk = bk_model_set_bk_def;
-      t->reset = bk_model_reset_def;
-      break;
-    case 2:
-      t->create = bk_model_create_mog;
-      t->destroy = bk_model_destroy_mog;
-      t->process = bk_model_process_mog;
-      t->set_bk = bk_model_set_bk_def;
-      t->reset = bk_model_reset_mog;
-      break;
-    case 3:
-    case 6:
-      t->create = bk_model_create_mean;
-      t->destroy = bk_model_destroy_mean;
-      t->process = bk_model_process_mean;
-      t->set_bk = bk_model_set_bk_mean;
-      t->reset = bk_model_reset_mean;
-      break;
-    case 5:
-      t->create = bk_model_create_block;
-      t->destroy = bk_model_destroy_block;
-      t->process = bk_model_process_block;
-      t->set_bk = bk_model_set_bk_block;
-      t->reset = bk_model_reset_def;
-      break;
-    case 7:
-      t->create = bk_model_create_meanex;
-      t->destroy = bk_model_destroy_meanex;
-      t->process = bk_model_process_meanex;
-      t->set_bk = bk_model_set_bk_meanex;
-      t->reset = bk_model_reset_meanex;
-      break;
-    case 8:
-      t->create = bk_model_create_baymean;
-      t->destroy = bk_model_destroy_baymean;
-      t->process = bk_model_process_baymean;
-      t->set_bk = bk_model_set_bk_baymean;
-      t->reset = bk_model_reset_baymean;
-      break;
-    default:
-      t->create = bk_model_create_def;
-      t->destroy = bk_model_destroy_def;
-      t->process = bk_model_process_def;
-      t->set_bk = bk_model_set_bk_def;
-      t->reset = bk_model_reset_def;
-      break;
-  }
 }
 
 }  // extern "C"

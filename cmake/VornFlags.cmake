@@ -15,6 +15,11 @@ if(VORN_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(VORN_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
 # Per-file instruction-set flags: a kernel file named *_sse41.cpp or *_avx2.cpp is compiled for that ISA only;
 # everything else stays at the x86-64 baseline and the run-time dispatcher picks the kernel.
 function(vorn_set_isa_flags)

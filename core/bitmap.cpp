@@ -85,15 +85,18 @@ VORN_API vorn_bmp *vorn_bmp_load(const char *path) {
     int32_t height = (int32_t)load_le32(hdr + kHeight);
     uint32_t bits = load_le16(hdr + kBitCount);
     uint32_t offset = load_le32(hdr + kPixelOffset);
-    int64_t stride = bmp_stride(width, bits);
-    int64_t pixel_bytes = stride * height;
-    // Top-down (negative height) and negative widths have no bitmap object shape.
-    if ((bits == 24 || bits == 32) && width >= 0 && height >= 0 && (int64_t)offset + pixel_bytes <= size &&
-        fseek(f, (long)offset, SEEK_SET) == 0) {
-      bmp = vorn_bmp_alloc((uint32_t)width, (uint32_t)height, bits);
-      if (bmp && fread(vorn_bmp_get_image(bmp), 1, (size_t)pixel_bytes, f) != (size_t)pixel_bytes) {
-        vorn_bmp_free(bmp);
-        bmp = nullptr;
+    // Top-down (negative height) and negative widths have no bitmap object shape. The pixels must lie in the
+    // file; the size test divides so that no product of header fields can overflow.
+    const int64_t avail = (int64_t)size - (int64_t)offset;
+    if ((bits == 24 || bits == 32) && width >= 0 && height >= 0 && avail >= 0) {
+      const int64_t stride = bmp_stride(width, bits);
+      const int64_t pixel_bytes = height == 0 || stride <= avail / height ? stride * height : -1;
+      if (pixel_bytes >= 0 && fseek(f, (long)offset, SEEK_SET) == 0) {
+        bmp = vorn_bmp_alloc((uint32_t)width, (uint32_t)height, bits);
+        if (bmp && fread(vorn_bmp_get_image(bmp), 1, (size_t)pixel_bytes, f) != (size_t)pixel_bytes) {
+          vorn_bmp_free(bmp);
+          bmp = nullptr;
+        }
       }
     }
   }

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|platforms]...
+# Usage: scripts/deps.sh [test|bench|tools|platforms|fuzz]...
 set -eu
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 for what in "$@"; do
@@ -11,6 +11,8 @@ for what in "$@"; do
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;
+    # clang with libFuzzer and the sanitizer runtimes.
+    fuzz) pkgs="$pkgs clang libclang-rt-14-dev" ;;
     *) echo "deps.sh: unknown set '$what'" >&2; exit 2 ;;
   esac
 done

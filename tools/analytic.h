@@ -27,6 +27,8 @@ struct Event {
   std::vector<int> ids;
   std::vector<Box> boxes;
   std::vector<std::pair<std::string, int64_t>> counts;
+  std::string text;                                   // what was read (plate); left out of the JSON when empty
+  std::vector<std::pair<std::string, double>> values;  // measures such as a confidence; left out when empty
 };
 
 // One line of the summary table.
@@ -48,6 +50,9 @@ class Analytic {
   virtual void feed(const Frame &frame, std::vector<Event> &events) = 0;
   // Draws the analytic's state over a copy of the current frame (geometry, masks, traces, boxes, counts).
   virtual void draw(Canvas &canvas) const = 0;
+  // Called once after the stream's last frame (also when it had none), before the snapshot and the summary: ends
+  // what is still open, writes the analytic's own files and may add closing events.
+  virtual void finish(std::vector<Event> &) {}
   virtual std::vector<SummaryRow> summary() const = 0;
   virtual std::vector<TruthRow> against(const SceneTruth &) const { return {}; }
   // The current foreground mask (width x height bytes, 0 or 255), or nullptr when the analytic has none.

@@ -14,6 +14,37 @@ const std::vector<std::string> &analytic_kinds() {
   return kinds;
 }
 
+const std::vector<IntSetting> &int_settings() {
+  using S = AnalyticSettings;
+  static const std::vector<IntSetting> table = {
+      {"half_width", {"guard"}, &S::half_width, 1, 100000},
+      {"max_frame", {"count"}, &S::max_frame, 0, 1000000000},
+      {"logic", {"count"}, &S::logic, 0, 1},
+      {"sensitivity", {"count", "left"}, &S::sensitivity, 0, 100},
+      {"frame_threshold", {"left"}, &S::frame_threshold, 0, 1000000000},
+      {"bk_interval", {"left"}, &S::bk_interval, 0, 1000000000},
+      {"learn_frames", {"left"}, &S::learn_frames, 0, 1000000},
+      {"stable_frames", {"plate"}, &S::stable_frames, 1, 1000},
+      {"min_char_height", {"plate"}, &S::min_char_height, 8, 100000},
+      {"max_char_height", {"plate"}, &S::max_char_height, 8, 100000},
+      {"max_points", {"trajectories"}, &S::max_points, 1, 65536},
+      {"min_length", {"trajectories"}, &S::min_length, 1, 1000000},
+      {"min_distance", {"trajectories"}, &S::min_distance, 1, 10000},
+      {"motion_threshold", {"trajectories"}, &S::motion_threshold, 1, 255},
+  };
+  return table;
+}
+
+std::string IntSetting::option() const {
+  std::string o = std::string("--") + field;
+  std::replace(o.begin(), o.end(), '_', '-');
+  return o;
+}
+
+bool IntSetting::applies_to(const std::string &kind) const {
+  return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+}
+
 bool is_analytic_kind(const std::string &kind) {
   const auto &k = analytic_kinds();
   return std::find(k.begin(), k.end(), kind) != k.end();
@@ -64,6 +95,22 @@ void validate_settings(const AnalyticSettings &s, int w, int h) {
   } else if (s.kind == "left") {
     check_area(s.region, w, h, who + ": region", "--region");
     if (s.frame_threshold < 0) usage_error(who + ": frame threshold must not be negative");
+  } else if (s.kind == "plate") {
+    if (w < 32 || h < 16) usage_error(who + ": frames of " + std::to_string(w) + "x" + std::to_string(h) +
+                                      " are too small for the plate reader (at least 32x16)");
+    // The reader's defaults: 14 and 40 pixels (at most the frame's height).
+    const int lo = s.min_char_height ? s.min_char_height : 14;
+    const int hi = s.max_char_height ? s.max_char_height : std::min(40, h);
+    if (hi > h)
+      usage_error(who + ": the largest character height " + std::to_string(hi) + " exceeds the frame height " +
+                  std::to_string(h));
+    if (lo > hi)
+      usage_error(who + ": the smallest character height " + std::to_string(lo) + " exceeds the largest " +
+                  std::to_string(hi));
+    if (s.stable_frames < 1) usage_error(who + ": a reading needs at least 1 stable frame");
+  } else if (s.kind == "trajectories") {
+    if (w < 16 || h < 16) usage_error(who + ": frames of " + std::to_string(w) + "x" + std::to_string(h) +
+                                      " are too small for the trajectory recorder (at least 16x16)");
   }
   if (s.sensitivity < -1 || s.sensitivity > 100) usage_error(who + ": sensitivity must lie in 0..100");
 }

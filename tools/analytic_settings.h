@@ -36,10 +36,29 @@ struct AnalyticSettings {
   int bk_interval = 0;
   int learn_frames = 0;
   bool scenecut = false;
+  // plate
+  std::string weights_dir;  // the reader's three weight files; "": the installed data, else the source tree's
+  int stable_frames = 3;    // a reading is reported once the same text was read on this many frames in a row
+  int min_char_height = 0, max_char_height = 0;  // 0: the reader's defaults
+  // trajectories (0: the recorder's defaults, 400 points, length 10, spacing 10, threshold 10)
+  std::string save_path;  // the recording, written at the end ("": not written)
+  int max_points = 0, min_length = 0, min_distance = 0, motion_threshold = 0;
   // count and left; -1: the kind's default (count 10: an area is occupied once 9 % of it is foreground, about a
   // third of one person in a doorway-sized area; left 30)
   int sensitivity = -1;
 };
+
+// A whole-number setting: its configuration field, the kinds it applies to, where it goes and its range. On the
+// command line it is the option "--" + field with '-' for '_' (half_width: --half-width).
+struct IntSetting {
+  const char *field;
+  std::vector<std::string> kinds;
+  int AnalyticSettings::*member;
+  long lo, hi;
+  std::string option() const;
+  bool applies_to(const std::string &kind) const;
+};
+const std::vector<IntSetting> &int_settings();
 
 // The kinds a settings may name, in the order the demo runs them.
 const std::vector<std::string> &analytic_kinds();

@@ -41,6 +41,16 @@ struct Entry {
 #else
 #define BGSUB_FACTORY nullptr
 #endif
+#if VORN_TOOL_HAVE_PLATE
+#define PLATE_FACTORY create_plate
+#else
+#define PLATE_FACTORY nullptr
+#endif
+#if VORN_TOOL_HAVE_VBC
+#define TRAJECTORIES_FACTORY create_trajectories
+#else
+#define TRAJECTORIES_FACTORY nullptr
+#endif
 
 const Entry kEntries[] = {
     {"guard", GUARD_FACTORY, "the library's guard lines (vorn_guard.h)"},
@@ -48,8 +58,8 @@ const Entry kEntries[] = {
     {"track", TRACK_FACTORY, "the library's multi-object tracker (vorn_tracker.h)"},
     {"left", LEFT_FACTORY, "the library's left-object detector (vorn_obld.h)"},
     {"bgsub", BGSUB_FACTORY, "the library's background models (vorn_bk_model.h)"},
-    {"plate", nullptr, "the library's plate reader (vorn_plate.h)"},
-    {"trajectories", nullptr, "the library's trajectory recorder (vorn_vbc.h)"},
+    {"plate", PLATE_FACTORY, "the library's plate reader (vorn_plate.h)"},
+    {"trajectories", TRAJECTORIES_FACTORY, "the library's trajectory recorder (vorn_vbc.h)"},
 };
 
 const Entry *entry(const std::string &kind) {

@@ -2,7 +2,8 @@
 // "inputs" (a list of files). Example:
 //   {"inputs": ["street.mp4"],
 //    "analytics": [{"kind": "guard", "line": [60,300,360,300], "direction": [210,260,210,340], "half_width": 40},
-//                  {"kind": "count", "area0": [[500,140],[620,140],[620,250]], "area1": [500,350,620,350,560,460]}]}
+//                  {"kind": "count", "area0": [[500,140],[620,140],[620,250]], "area1": [500,350,620,350,560,460]},
+//                  {"kind": "trajectories", "save": "street.vbct", "min_length": 15}]}
 #include <cmath>
 #include <fstream>
 #include <sstream>
@@ -84,6 +85,14 @@ class Reader {
         fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
       };
       if (k == "kind") continue;
+      const IntSetting *whole = nullptr;
+      for (const IntSetting &is : int_settings())
+        if (k == is.field) whole = &is;
+      if (whole) {
+        if (!whole->applies_to(s.kind)) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
+        s.*whole->member = integer(v, what, whole->lo, whole->hi);
+        continue;
+      }
       if (k == "name") {
         s.name = string(v, what);
       } else if (k == "bk_type" || k == "model") {
@@ -104,40 +113,27 @@ class Reader {
       } else if (k == "direction") {
         for_kinds({"guard"});
         s.direction = segment(v, what);
-      } else if (k == "half_width") {
-        for_kinds({"guard"});
-        s.half_width = integer(v, what, 1, 100000);
       } else if (k == "area0") {
         for_kinds({"count"});
         s.area0 = polygon(v, what);
       } else if (k == "area1") {
         for_kinds({"count"});
         s.area1 = polygon(v, what);
-      } else if (k == "max_frame") {
-        for_kinds({"count"});
-        s.max_frame = integer(v, what, 0, 1000000000);
-      } else if (k == "logic") {
-        for_kinds({"count"});
-        s.logic = integer(v, what, 0, 1);
-      } else if (k == "sensitivity") {
-        for_kinds({"count", "left"});
-        s.sensitivity = integer(v, what, 0, 100);
       } else if (k == "region") {
         for_kinds({"left"});
         s.region = polygon(v, what);
-      } else if (k == "frame_threshold") {
-        for_kinds({"left"});
-        s.frame_threshold = integer(v, what, 0, 1000000000);
-      } else if (k == "bk_interval") {
-        for_kinds({"left"});
-        s.bk_interval = integer(v, what, 0, 1000000000);
-      } else if (k == "learn_frames") {
-        for_kinds({"left"});
-        s.learn_frames = integer(v, what, 0, 1000000);
       } else if (k == "scenecut") {
         for_kinds({"left"});
         if (v.type != Json::kBool) fail(v, what + " must be true or false");
         s.scenecut = v.boolean;
+      } else if (k == "weights") {
+        for_kinds({"plate"});
+        s.weights_dir = string(v, what);
+        if (s.weights_dir.empty()) fail(v, what + " must name a directory");
+      } else if (k == "save") {
+        for_kinds({"trajectories"});
+        s.save_path = string(v, what);
+        if (s.save_path.empty()) fail(v, what + " must name a file");
       } else {
         fail(v, "unknown field \"" + k + "\" in a " + s.kind + " analytic");
       }

@@ -86,10 +86,7 @@ class CountAnalytic : public Analytic {
   AnalyticSettings settings_;
   int width_, height_;
   BkModelRunner model_;
-  struct CounterDeleter {
-    void operator()(vorn_counter *c) const { vorn_counter_destroy(c); }
-  };
-  std::unique_ptr<vorn_counter, CounterDeleter> counter_;
+  LibraryPtr<vorn_counter, vorn_counter_destroy> counter_;
   int64_t count_[2] = {0, 0};
   int flash_ = 0;  // frames left to light the area a pass just ended in
   int last_from_ = 0;

@@ -32,6 +32,16 @@
 #else
 #define VORN_TOOL_HAVE_TRACKER 0
 #endif
+#if __has_include("vorn_plate.h")
+#define VORN_TOOL_HAVE_PLATE 1
+#else
+#define VORN_TOOL_HAVE_PLATE 0
+#endif
+#if __has_include("vorn_vbc.h")
+#define VORN_TOOL_HAVE_VBC 1
+#else
+#define VORN_TOOL_HAVE_VBC 0
+#endif
 
 namespace vt {
 
@@ -49,6 +59,12 @@ std::unique_ptr<Analytic> create_left(const AnalyticSettings &settings, const St
 #endif
 #if VORN_TOOL_HAVE_TRACKER
 std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const StreamInfo &stream);
+#endif
+#if VORN_TOOL_HAVE_PLATE
+std::unique_ptr<Analytic> create_plate(const AnalyticSettings &settings, const StreamInfo &stream);
+#endif
+#if VORN_TOOL_HAVE_VBC
+std::unique_ptr<Analytic> create_trajectories(const AnalyticSettings &settings, const StreamInfo &stream);
 #endif
 
 }  // namespace vt

@@ -17,30 +17,20 @@ namespace {
 class GuardAnalytic : public Analytic {
  public:
   GuardAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
-      : settings_(settings), width_(info.width), height_(info.height) {
-    vorn_guard_params p{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), VORN_FORMAT_RGB,
-                        settings.bk_type};
-    vorn_guard *g = nullptr;
-    vorn_result r = vorn_guard_create(&p, &g);
-    if (r != VORN_OK || !g) library_failed(settings.name, "creating the guard", r);
-    guard_.reset(g);
+      : settings_(settings),
+        width_(info.width),
+        height_(info.height),
+        guard_(create_object(vorn_guard_create, model_params<vorn_guard_params>(settings, info), settings.name,
+                             "the guard")) {
     const Segment &l = *settings.line, &d = *settings.direction;
-    r = vorn_guard_set_lines(g, vorn_line{l.a.x, l.a.y, l.b.x, l.b.y}, vorn_line{d.a.x, d.a.y, d.b.x, d.b.y},
+    vorn_result r = vorn_guard_set_lines(guard_.get(), vorn_line{l.a.x, l.a.y, l.b.x, l.b.y}, vorn_line{d.a.x, d.a.y, d.b.x, d.b.y},
                              settings.half_width);
     if (r != VORN_OK) library_failed(settings.name, "setting the guard lines", r);
   }
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     vorn_result r = vorn_guard_put_image(guard_.get(), const_cast<uint8_t *>(bmp_.fill(frame)), VORN_FRAME_BMP24);
-    if (r == VORN_E_SCENE_CHANGE) {
-      Event e;
-      e.kind = "scene_change";
-      events.push_back(e);
-    } else if (r == VORN_E_LEARNING) {
-      ++learning_;
-    } else if (r != VORN_OK) {
-      library_failed(settings_.name, "processing frame " + std::to_string(frame.index), r);
-    }
+    check_frame_result(r, settings_.name, frame, learning_, events);
     traces_.clear();
     for (int i = 0; i < 8; ++i) {
       vorn_line t{};
@@ -50,10 +40,7 @@ class GuardAnalytic : public Analytic {
       traces_.push_back(tr);
     }
     vorn_mono_image *fg = nullptr;
-    fg_ = (vorn_guard_get_fg(guard_.get(), &fg) == VORN_OK && fg && fg->data && int(fg->width) == width_ &&
-           int(fg->height) == height_)
-              ? fg->data
-              : nullptr;
+    fg_ = whole_frame_mask(vorn_guard_get_fg(guard_.get(), &fg), fg, width_, height_);
     uint32_t ev = 0;
     vorn_guard_get_event(guard_.get(), &ev);
     // The guard's event stays up while the same features are followed: one episode is one crossing. Should the
@@ -113,13 +100,10 @@ class GuardAnalytic : public Analytic {
     Pt from, to;
     bool crossed, triggered;
   };
-  struct GuardDeleter {
-    void operator()(vorn_guard *g) const { vorn_guard_destroy(g); }
-  };
 
   AnalyticSettings settings_;
   int width_, height_;
-  std::unique_ptr<vorn_guard, GuardDeleter> guard_;
+  LibraryPtr<vorn_guard, vorn_guard_destroy> guard_;
   Bmp24Frame bmp_;
   std::vector<Trace> traces_;
   const uint8_t *fg_ = nullptr;

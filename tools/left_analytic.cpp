@@ -33,20 +33,9 @@ class LeftAnalytic : public Analytic {
     uint8_t *data = const_cast<uint8_t *>(bmp_.fill(frame));
     if (!obld_) create(data);  // the first frame is the detector's reference background
     vorn_result r = vorn_obld_put_image(obld_.get(), data, VORN_FRAME_BMP24);
-    if (r == VORN_E_SCENE_CHANGE) {
-      Event e;
-      e.kind = "scene_change";
-      events.push_back(e);
-    } else if (r == VORN_E_LEARNING) {
-      ++learning_;
-    } else if (r != VORN_OK) {
-      library_failed(settings_.name, "processing frame " + std::to_string(frame.index), r);
-    }
+    check_frame_result(r, settings_.name, frame, learning_, events);
     vorn_mono_image *fg = nullptr;
-    fg_ = (vorn_obld_get_fg(obld_.get(), &fg) == VORN_OK && fg && fg->data && int(fg->width) == width_ &&
-           int(fg->height) == height_)
-              ? fg->data
-              : nullptr;
+    fg_ = whole_frame_mask(vorn_obld_get_fg(obld_.get(), &fg), fg, width_, height_);
 
     vorn_rect rects[32];
     uint32_t n = 0;
@@ -98,7 +87,8 @@ class LeftAnalytic : public Analytic {
 
   std::vector<SummaryRow> summary() const override {
     return {{settings_.name, "objects left", std::to_string(last_id_)},
-            {settings_.name, "first reported at frame", std::to_string(first_frame_)},
+            {settings_.name, "first reported at frame",
+             first_frame_ >= 0 ? std::to_string(first_frame_) : std::string("none")},
             {settings_.name, "learning frames", std::to_string(learning_)}};
   }
 
@@ -119,9 +109,6 @@ class LeftAnalytic : public Analytic {
     int id;
     Box box;
   };
-  struct ObldDeleter {
-    void operator()(vorn_obld *o) const { vorn_obld_destroy(o); }
-  };
 
   void create(const uint8_t *first) {
     std::vector<vorn_point> region;
@@ -135,9 +122,7 @@ class LeftAnalytic : public Analytic {
     p.region_count = static_cast<uint32_t>(region.size());
     p.sensitivity = static_cast<uint32_t>(sensitivity_of(settings_));
     p.learn_frames = static_cast<uint32_t>(settings_.learn_frames);
-    vorn_obld *o = nullptr;
-    vorn_result r = vorn_obld_create(&p, &o);
-    if (r != VORN_OK || !o) library_failed(settings_.name, "creating the left-object detector", r);
+    vorn_obld *o = create_object(vorn_obld_create, p, settings_.name, "the left-object detector");
     obld_.reset(o);
     vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(settings_.frame_threshold));
     if (settings_.bk_interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(settings_.bk_interval));
@@ -146,7 +131,7 @@ class LeftAnalytic : public Analytic {
 
   AnalyticSettings settings_;
   int width_, height_;
-  std::unique_ptr<vorn_obld, ObldDeleter> obld_;
+  LibraryPtr<vorn_obld, vorn_obld_destroy> obld_;
   Bmp24Frame bmp_;
   const uint8_t *fg_ = nullptr;
   std::vector<Box> current_;

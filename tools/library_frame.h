@@ -4,11 +4,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "vorn.h"
 
+#include "analytic.h"
 #include "error.h"
 #include "frame.h"
 #include "geometry.h"
@@ -34,6 +36,14 @@ class Bmp24Frame {
   std::vector<uint8_t> buf_;
 };
 
+// Owns one library object and destroys it through its family's destroy function.
+template <typename T, auto Destroy>
+struct LibraryDeleter {
+  void operator()(T *p) const { Destroy(p); }
+};
+template <typename T, auto Destroy>
+using LibraryPtr = std::unique_ptr<T, LibraryDeleter<T, Destroy>>;
+
 inline std::string result_hex(vorn_result r) {
   char b[16];
   std::snprintf(b, sizeof b, "0x%08X", static_cast<unsigned>(r));
@@ -45,12 +55,51 @@ inline std::string result_hex(vorn_result r) {
   runtime_error(who + ": " + what + " failed (" + result_hex(r) + ")");
 }
 
+// Creates a library object through its family's create function, or throws "<who>: creating <what> failed (..)".
+template <typename T, typename Params>
+T *create_object(vorn_result (*create)(const Params *, T **), const Params &params, const std::string &who,
+                 const std::string &what) {
+  T *obj = nullptr;
+  const vorn_result r = create(&params, &obj);
+  if (r != VORN_OK || !obj) library_failed(who, "creating " + what, r);
+  return obj;
+}
+
+// The creation record shared by the objects built over a background model (guard, tracker): frame size, RGB
+// frames, and the settings' model type.
+template <typename Params>
+Params model_params(const AnalyticSettings &settings, const StreamInfo &info) {
+  return Params{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), VORN_FORMAT_RGB,
+                settings.bk_type};
+}
+
 // A polygon as library points, closed by repeating its first point at the end.
 inline std::vector<vorn_point> closed_points(const Polygon &p) {
   std::vector<vorn_point> out;
   for (const Pt &q : p) out.push_back(vorn_point{q.x, q.y});
   if (!p.empty()) out.push_back(vorn_point{p[0].x, p[0].y});
   return out;
+}
+
+// What a library object that learns its background first answered for one frame: a scene change becomes a
+// "scene_change" event and a learning frame is counted; any other failure throws naming `who` and the frame.
+inline void check_frame_result(vorn_result r, const std::string &who, const Frame &frame, int64_t &learning,
+                               std::vector<Event> &events) {
+  if (r == VORN_E_SCENE_CHANGE) {
+    Event e;
+    e.kind = "scene_change";
+    events.push_back(e);
+  } else if (r == VORN_E_LEARNING) {
+    ++learning;
+  } else if (r != VORN_OK) {
+    library_failed(who, "processing frame " + std::to_string(frame.index), r);
+  }
+}
+
+// The foreground mask a get_fg call answered when it covers the whole width x height frame, else nullptr.
+inline const uint8_t *whole_frame_mask(vorn_result got, const vorn_mono_image *fg, int width, int height) {
+  return got == VORN_OK && fg && fg->data && int(fg->width) == width && int(fg->height) == height ? fg->data
+                                                                                                    : nullptr;
 }
 
 inline Box box_of(const vorn_rect &r) { return Box{r.left, r.top, r.right, r.bottom}; }

@@ -23,9 +23,14 @@ commands:
   left          objects left behind:        --region X,Y,X,Y,X,Y,... [--sensitivity S] [--frame-threshold N]
                                             [--bk-interval N] [--learn-frames N] [--scenecut]
   bgsub         background subtraction:     [--model TYPE (default 2)] [--param ID=VALUE]... [--masks OUT.mp4]
+  plate         licence plates read:        [--weights DIR] [--stable-frames N (default 3)]
+                                            [--min-char-height PX] [--max-char-height PX]
+  trajectories  point trajectories:         [--save FILE] [--max-points N (400)] [--min-length N (10)]
+                                            [--min-distance PX (10)] [--motion-threshold T (10)]
   run           several analytics over each stream, from --config FILE.json
   demo          every available analytic on the built-in scene; outputs go to --out DIR (default out)
-  info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON
+  info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON;
+                with no INPUT, lists the analytics and whether this build has them
   scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)
                 [--truth FILE.json]
   help          this text
@@ -99,7 +104,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   auto analysing = [](const std::string &c) { return c != "scene" && c != "info"; };
   auto any = [](const std::string &) { return true; };
   std::map<std::string, Option> options = {
-      {"--config", {true, only({"run", "guard", "count", "track", "left", "bgsub"}),
+      {"--config", {true, only({"run", "guard", "count", "track", "left", "bgsub", "plate", "trajectories"}),
                     [&](const std::string &, const std::string &v) { plan.config_path = v; }}},
       {"--events", {true, analysing, [&](const std::string &, const std::string &v) { plan.events_path = v; }}},
       {"--annotate", {true, analysing, [&](const std::string &, const std::string &v) { plan.annotate_path = v; }}},
@@ -125,25 +130,26 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       {"--line", {true, only({"guard"}), [&](const std::string &o, const std::string &v) { settings.line = parse_segment(v, o); }}},
       {"--direction", {true, only({"guard"}),
                        [&](const std::string &o, const std::string &v) { settings.direction = parse_segment(v, o); }}},
-      {"--half-width", {true, only({"guard"}),
-                        [&](const std::string &o, const std::string &v) { settings.half_width = parse_int(v, o, 1, 100000); }}},
       {"--area0", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area0 = parse_polygon(v, o); }}},
       {"--area1", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area1 = parse_polygon(v, o); }}},
-      {"--max-frame", {true, only({"count"}),
-                       [&](const std::string &o, const std::string &v) { settings.max_frame = parse_int(v, o, 0, 1000000000); }}},
-      {"--logic", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.logic = parse_int(v, o, 0, 1); }}},
-      {"--sensitivity", {true, only({"count", "left"}),
-                         [&](const std::string &o, const std::string &v) { settings.sensitivity = parse_int(v, o, 0, 100); }}},
       {"--region", {true, only({"left"}), [&](const std::string &o, const std::string &v) { settings.region = parse_polygon(v, o); }}},
-      {"--frame-threshold", {true, only({"left"}), [&](const std::string &o, const std::string &v) {
-                               settings.frame_threshold = parse_int(v, o, 0, 1000000000);
-                             }}},
-      {"--bk-interval", {true, only({"left"}),
-                         [&](const std::string &o, const std::string &v) { settings.bk_interval = parse_int(v, o, 0, 1000000000); }}},
-      {"--learn-frames", {true, only({"left"}),
-                          [&](const std::string &o, const std::string &v) { settings.learn_frames = parse_int(v, o, 0, 1000000); }}},
       {"--scenecut", {false, only({"left"}), [&](const std::string &, const std::string &) { settings.scenecut = true; }}},
+      {"--weights", {true, only({"plate"}), [&](const std::string &o, const std::string &v) {
+                       if (v.empty()) usage_error(o + ": give a directory");
+                       settings.weights_dir = v;
+                     }}},
+      {"--save", {true, only({"trajectories"}), [&](const std::string &o, const std::string &v) {
+                    if (v.empty()) usage_error(o + ": give a file name");
+                    settings.save_path = v;
+                  }}},
   };
+
+  for (const IntSetting &is : int_settings()) {
+    auto applies = [&is](const std::string &c) { return is.applies_to(c); };
+    options[is.option()] = Option{true, applies, [&settings, &is](const std::string &o, const std::string &v) {
+                                    settings.*is.member = parse_int(v, o, is.lo, is.hi);
+                                  }};
+  }
 
   for (int i = 2; i < argc; ++i) {
     std::string arg = argv[i];
@@ -182,10 +188,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
     if (plan.inputs.size() != 1) usage_error("scene: give exactly one output file (OUT.mp4 or dir/%04d.png)");
     return plan;
   }
-  if (cmd == "info") {
-    if (plan.inputs.empty()) usage_error("info: give at least one input");
-    return plan;
-  }
+  if (cmd == "info") return plan;
   if (cmd == "demo") {
     if (!plan.inputs.empty()) usage_error("demo runs on the built-in scene and takes no input");
     if (plan.out_dir.empty()) plan.out_dir = "out";

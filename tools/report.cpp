@@ -31,7 +31,23 @@ std::string event_json(const Event &e) {
     append_json_string(o, e.counts[i].first);
     o += ":" + std::to_string(e.counts[i].second);
   }
-  o += "}}";
+  o += "}";
+  if (!e.text.empty()) {
+    o += ",\"text\":";
+    append_json_string(o, e.text);
+  }
+  if (!e.values.empty()) {
+    o += ",\"values\":{";
+    for (size_t i = 0; i < e.values.size(); ++i) {
+      if (i) o += ',';
+      append_json_string(o, e.values[i].first);
+      char v[40];
+      std::snprintf(v, sizeof v, "%.4f", e.values[i].second);
+      o += std::string(":") + v;
+    }
+    o += "}";
+  }
+  o += "}";
   return o;
 }
 

@@ -93,10 +93,12 @@ void draw_totals(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analyt
     }
     if (!line.empty()) lines.push_back(line);
   }
+  // One size for all lines: the usual one, or half of it when any line would not fit the picture.
+  int scale = 2;
+  for (const std::string &l : lines)
+    if (Canvas::text_width(l, 2) > c.width() - 16) scale = 1;
   int y = c.height() - 8 - static_cast<int>(lines.size()) * 20;
   for (const std::string &l : lines) {
-    // Lines too long for the picture at the usual size are written at half size.
-    int scale = Canvas::text_width(l, 2) <= c.width() - 16 ? 2 : 1;
     c.text(8, y + (2 - scale) * 8, l, colors::kWhite, scale);
     y += 20;
   }
@@ -108,6 +110,16 @@ void mask_to_frame(const uint8_t *mask, Frame &out, const Frame &like) {
   out.time = like.time;
   const size_t n = size_t(like.width) * like.height;
   for (size_t i = 0; i < n; ++i) out.bgr[3 * i] = out.bgr[3 * i + 1] = out.bgr[3 * i + 2] = mask[i];
+}
+
+// Labels the events an analytic added from `first` on with the stream, the frame and the analytic's name.
+void stamp(std::vector<Event> &events, size_t first, const StreamTask &t, size_t analytic, const Frame &f) {
+  for (size_t k = first; k < events.size(); ++k) {
+    events[k].stream = t.index;
+    events[k].frame = f.index;
+    events[k].time = f.time;
+    events[k].analytic = t.settings_list[analytic].name;
+  }
 }
 
 void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::string &codec, int64_t max_frames,
@@ -130,17 +142,12 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
   auto start = std::chrono::steady_clock::now();
   while ((max_frames < 0 || t.frames < max_frames) && !stop.load(std::memory_order_relaxed) && t.source->next(frame)) {
     events.clear();
-    for (size_t i = 0; i < analytics.size(); ++i) {
-      if (!analytics[i]) continue;
-      size_t first = events.size();
-      analytics[i]->feed(frame, events);
-      for (size_t k = first; k < events.size(); ++k) {
-        events[k].stream = t.index;
-        events[k].frame = frame.index;
-        events[k].time = frame.time;
-        events[k].analytic = t.settings_list[i].name;
+    for (size_t i = 0; i < analytics.size(); ++i)
+      if (analytics[i]) {
+        size_t first = events.size();
+        analytics[i]->feed(frame, events);
+        stamp(events, first, t, i, frame);
       }
-    }
     sink.write(events);
     if (annotate) {
       drawn = frame;
@@ -159,6 +166,16 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
     ++t.frames;
     progress.add(1);
   }
+  // Closing events carry the last frame's number and time (0 when the stream had no frame).
+  events.clear();
+  if (t.frames == 0) frame = Frame();
+  for (size_t i = 0; i < analytics.size(); ++i)
+    if (analytics[i]) {
+      size_t first = events.size();
+      analytics[i]->finish(events);
+      stamp(events, first, t, i, frame);
+    }
+  sink.write(events);
   t.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   if (annotate) annotate->close();
   if (masks) masks->close();
@@ -195,7 +212,7 @@ int run_plan(RunPlan plan) {
     if (plan.events_path.empty()) plan.events_path = d + "events.jsonl";
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
-    for (const char *k : {"guard", "count", "track", "left", "bgsub"}) {
+    for (const char *k : {"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}) {
       AnalyticSettings s;
       s.kind = s.name = k;
       plan.analytics.push_back(s);
@@ -225,6 +242,7 @@ int run_plan(RunPlan plan) {
     for (AnalyticSettings &s : t.settings_list) {
       if (t.truth) fill_from_scene(s, *t.truth);
       validate_settings(s, info.width, info.height);
+      s.save_path = stream_path(s.save_path, i, n);
     }
     t.annotate = stream_path(plan.annotate_path, i, n);
     t.snapshot = stream_path(plan.snapshot_path, i, n);
@@ -315,6 +333,7 @@ int run_plan(RunPlan plan) {
       text += ", a bag left at frame " + std::to_string(truth->left.frame) + " in [" +
               std::to_string(truth->left.box.left) + "," + std::to_string(truth->left.box.top) + "," +
               std::to_string(truth->left.box.right) + "," + std::to_string(truth->left.box.bottom) + "]";
+    if (!truth->plate.empty()) text += ", a parked car with the plate " + truth->plate;
     text += "\n";
   }
   for (const std::string &w : waiting) text += w + "\n";
@@ -360,6 +379,21 @@ int write_scene(const RunPlan &plan) {
 }
 
 int describe_inputs(const RunPlan &plan) {
+  if (plan.inputs.empty()) {
+    // What this build can run: one JSON line per analytic.
+    for (const std::string &kind : analytic_kinds()) {
+      std::string why, line = "{\"analytic\":";
+      append_json_string(line, kind);
+      const bool ok = analytic_available(kind, &why);
+      line += std::string(",\"available\":") + (ok ? "true" : "false");
+      if (!ok) {
+        line += ",\"why\":";
+        append_json_string(line, why);
+      }
+      std::fputs((line + "}\n").c_str(), stdout);
+    }
+    return kExitOk;
+  }
   for (const std::string &input : plan.inputs) {
     std::unique_ptr<FrameSource> src;
     if (input == kSceneInput) src = std::make_unique<StreetScene>(plan.scene_frames);

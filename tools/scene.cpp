@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "json.h"
+#include "plate_synth.h"
 
 namespace vt {
 
@@ -16,6 +17,11 @@ constexpr int kLaneSpeed = 4;      // pixels per frame of the vertical walkers
 constexpr int kBagDropFrame = 100;
 // The bag hangs at the carrier's left hand and lies there once dropped: offset from the carrier's centre.
 constexpr Box kBagOffset{-40, 15, -14, 37};
+// A car parked at the right edge (its right side beyond the picture), clear of every walker's path, seen from
+// behind with its number plate.
+constexpr Box kCar{604, 170, 768, 300};
+constexpr const char *kPlateText = "RT508HB";
+constexpr double kPlateUnit = 2.3;  // pixels per font unit: characters 7 units, 16 pixels, tall
 
 uint32_t mix32(uint32_t x) {
   x ^= x >> 16;
@@ -87,6 +93,8 @@ std::string SceneTruth::to_json() const {
   append_polygon(o, region);
   o += ",\"frame\":" + std::to_string(left.frame) + ",\"box\":[" + std::to_string(left.box.left) + "," +
        std::to_string(left.box.top) + "," + std::to_string(left.box.right) + "," + std::to_string(left.box.bottom) +
+       "]},\"plate\":{\"text\":\"" + plate + "\",\"box\":[" + std::to_string(plate_box.left) + "," +
+       std::to_string(plate_box.top) + "," + std::to_string(plate_box.right) + "," + std::to_string(plate_box.bottom) +
        "]}}";
   return o;
 }
@@ -136,6 +144,38 @@ void StreetScene::build_background() {
       p[2] = clamp_u8(r + grain);
     }
   }
+  draw_parked_car();
+}
+
+// The car: a dark body, its rear window, two lights and the plate centred under the window.
+void StreetScene::draw_parked_car() {
+  Frame f;
+  f.resize(kWidth, kHeight);
+  f.bgr = background_;
+  Canvas canvas(f);
+  canvas.fill_box(kCar, Rgb{38, 52, 92});
+  canvas.fill_box(Box{kCar.left + 14, kCar.top + 10, kCar.right - 14, kCar.top + 48}, Rgb{70, 84, 96});
+  canvas.fill_box(Box{kCar.left + 6, kCar.top + 62, kCar.left + 24, kCar.top + 76}, Rgb{180, 30, 30});
+  canvas.fill_box(Box{kCar.right - 24, kCar.top + 62, kCar.right - 6, kCar.top + 76}, Rgb{180, 30, 30});
+  plate_synth::Rgb img(kWidth, kHeight);
+  for (size_t i = 0; i < size_t(kWidth) * kHeight; ++i) {
+    img.b[i] = f.bgr[3 * i];
+    img.g[i] = f.bgr[3 * i + 1];
+    img.r[i] = f.bgr[3 * i + 2];
+  }
+  double uw, uh;
+  plate_synth::plate_units(kPlateText, &uw, &uh);
+  const double w = uw * kPlateUnit, h = uh * kPlateUnit;
+  const double x0 = kCar.right - 4 - w, y0 = kCar.top + 84;  // well away from the body's left edge
+  const plate_synth::Quad q = {{x0, x0 + w, x0 + w, x0}, {y0, y0, y0 + h, y0 + h}};
+  plate_synth::draw_plate(img, kPlateText, q, plate_synth::Look());
+  for (size_t i = 0; i < size_t(kWidth) * kHeight; ++i) {
+    background_[3 * i] = img.b[i];
+    background_[3 * i + 1] = img.g[i];
+    background_[3 * i + 2] = img.r[i];
+  }
+  truth_.plate = kPlateText;
+  truth_.plate_box = Box{int(x0), int(y0), int(x0 + w + 0.5), int(y0 + h + 0.5)};
 }
 
 void StreetScene::build_walkers() {

@@ -44,6 +44,8 @@ struct SceneTruth {
   std::vector<ScenePass> passes;
   SceneLeftObject left{-1, {}};  // frame -1 when the bag is not dropped within the frames generated
   int walkers = 0;         // people that appear in the scene
+  std::string plate;       // the text of the parked car's number plate
+  Box plate_box;           // the plate's outline
 
   int crossings_down() const;
   int crossings_up() const;
@@ -87,6 +89,7 @@ class StreetScene : public FrameSource {
   int next_ = 0;
 
   void build_background();
+  void draw_parked_car();
   void build_walkers();
   void build_truth();
   // The walker's centre at `frame` and how far it has walked; false when it is not in the scene at that frame.

@@ -6,7 +6,6 @@
 // a level, doubled, starts the next finer one.
 #include <math.h>
 
-#include "core/cpu.h"
 #include "core/memory.h"
 #include "tracking/lk_rows.h"
 #include "tracking/pyramid.h"
@@ -37,14 +36,14 @@ struct Window {
   int32_t r, side, n;
   float *patch, *ival, *ix, *iy;
   uint8_t *row_a, *row_b;
-  bool sse2;
+  LkRowKernels vec;  // the vector row kernels in use (nullptr: plain only)
 };
 
 bool window_make(Window *win, int32_t r, float **block) {
   win->r = r;
   win->side = 2 * r + 1;
   win->n = win->side * win->side;
-  win->sse2 = (cpu_flags() & kCpuSse2) != 0;
+  win->vec = lk_row_kernels();
   const size_t patch = (size_t)(win->side + 2) * (win->side + 2);
   const size_t row_floats = ((size_t)win->side + 1 + 3) / 4;
   float *p = block_new<float>(patch + 3 * (size_t)win->n + 2 * row_floats);
@@ -67,6 +66,11 @@ void clamped_row(const Level &l, int32_t y, int32_t x0, int32_t count, uint8_t *
   for (int32_t k = 0; k < count; ++k) out[k] = row[clamp_index(x0 + k, l.w)];
 }
 
+// The eight lanes of a row kernel's sums, added pairwise.
+inline double lanes_sum(const float *v) {
+  return (double)(((v[0] + v[1]) + (v[2] + v[3])) + ((v[4] + v[5]) + (v[6] + v[7])));
+}
+
 // sum over the window of (I - J) [Ix, Iy], with J the current frame sampled bilinearly at (qx, qy) + offsets
 // (the taps of subpixel_window).
 void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx, double *by) {
@@ -75,7 +79,7 @@ void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx,
   const float fx = qx - fx0, fy = qy - fy0;
   const float wt[4] = {(1.0f - fx) * (1.0f - fy), fx * (1.0f - fy), (1.0f - fx) * fy, fx * fy};
   const bool inside = x0 - r >= 0 && x0 + r + 1 < l.w && y0 - r >= 0 && y0 + r + 1 < l.h;
-  float acc_x[4] = {0.0f, 0.0f, 0.0f, 0.0f}, acc_y[4] = {0.0f, 0.0f, 0.0f, 0.0f};
+  float acc_x[kLkLanes] = {}, acc_y[kLkLanes] = {};
   for (int32_t dy = -r; dy <= r; ++dy) {
     const uint8_t *a, *b;
     if (inside) {
@@ -89,11 +93,11 @@ void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx,
     }
     const size_t o = (size_t)(dy + r) * side;
     const int32_t done =
-        win.sse2 ? lk_mismatch_row_sse2(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
+        win.vec.mismatch ? win.vec.mismatch(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
     lk_mismatch_row_c(a, b, wt, win.ival + o, win.ix + o, win.iy + o, done, side, acc_x, acc_y);
   }
-  *bx = (double)((acc_x[0] + acc_x[1]) + (acc_x[2] + acc_x[3]));
-  *by = (double)((acc_y[0] + acc_y[1]) + (acc_y[2] + acc_y[3]));
+  *bx = lanes_sum(acc_x);
+  *by = lanes_sum(acc_y);
 }
 
 inline bool outside(float x, float y, const Level &l, float margin) {
@@ -104,24 +108,15 @@ inline bool outside(float x, float y, const Level &l, float margin) {
 bool prepare(const Level &l, float px, float py, Window *win, double g[3]) {
   const int32_t side = win->side, ps = side + 2;
   subpixel_window(l.prev, l.w, l.h, px, py, win->r + 1, win->patch);
-  double gxx = 0.0, gxy = 0.0, gyy = 0.0;
+  float sxx[kLkLanes] = {}, sxy[kLkLanes] = {}, syy[kLkLanes] = {};
   for (int32_t y = 0; y < side; ++y) {
     const float *up = win->patch + (ptrdiff_t)y * ps, *mid = up + ps, *dn = mid + ps;
-    for (int32_t x = 0; x < side; ++x) {
-      const int32_t k = y * side + x;
-      // Scharr: [3 10 3] across, central difference along; /32 gives grey levels per pixel.
-      const float dx = (3.0f * (up[x + 2] - up[x]) + 10.0f * (mid[x + 2] - mid[x]) + 3.0f * (dn[x + 2] - dn[x])) *
-                       (1.0f / 32.0f);
-      const float dy = (3.0f * (dn[x] - up[x]) + 10.0f * (dn[x + 1] - up[x + 1]) + 3.0f * (dn[x + 2] - up[x + 2])) *
-                       (1.0f / 32.0f);
-      win->ival[k] = mid[x + 1];
-      win->ix[k] = dx;
-      win->iy[k] = dy;
-      gxx += (double)dx * dx;
-      gxy += (double)dx * dy;
-      gyy += (double)dy * dy;
-    }
+    const ptrdiff_t o = (ptrdiff_t)y * side;
+    float *ival = win->ival + o, *ix = win->ix + o, *iy = win->iy + o;
+    const int32_t done = win->vec.gradient ? win->vec.gradient(up, mid, dn, ival, ix, iy, side, sxx, sxy, syy) : 0;
+    lk_gradient_row_c(up, mid, dn, ival, ix, iy, done, side, sxx, sxy, syy);
   }
+  const double gxx = lanes_sum(sxx), gxy = lanes_sum(sxy), gyy = lanes_sum(syy);
   g[0] = gxx;
   g[1] = gxy;
   g[2] = gyy;

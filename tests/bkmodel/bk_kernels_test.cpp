@@ -68,6 +68,38 @@ TEST(MeanKernels, SimdPassesEqualThePlainOnes) {
   }
 }
 
+// Counts shared by whole groups of pixels divide by multiplication: every divisor class (1, powers of two,
+// l = 32, the largest) against the plain kernel, with sums reaching 2^32 - 1.
+TEST(MeanKernels, SharedCountsDivideExactly) {
+  if (!(vorn::cpu_flags() & vorn::kCpuAvx2)) GTEST_SKIP() << "no AVX2";
+  const size_t np = 64;
+  std::vector<uint8_t> c = vorn_test::random_bytes(3 * np, 5);
+  vorn::bk_pass_planes p = {};
+  for (int q = 0; q < 3; ++q) p.c[q] = c.data() + q * np;
+  const uint32_t counts[] = {0u, 1u, 2u, 3u, 7u, 255u, 256u, 641u, 65535u, 0x7FFFFFFFu, 0x80000000u, 0x80000001u,
+                             0xFFFFFFF0u, 0xFFFFFFFEu};
+  for (uint32_t n : counts) {
+    std::vector<uint8_t> r = vorn_test::random_bytes(4 * 3 * np, n ^ 77u);
+    std::vector<uint32_t> sums_a(4 * np);
+    for (size_t i = 0; i < 3 * np; ++i) {
+      uint32_t v;
+      memcpy(&v, &r[4 * i], 4);
+      // Sums near multiples of the new count and near the top of the range, and plain random ones.
+      const uint64_t k = v % 4 == 0 ? (uint64_t)v / (n + 1ull) * (n + 1ull) + (v & 1) : v;
+      sums_a[i] = i % 5 == 0 ? 0xFFFFFF00u + (v & 0xFF) : (uint32_t)k;
+    }
+    for (size_t i = 0; i < np; ++i) sums_a[3 * np + i] = n;  // the pass adds one: a shared count of n + 1
+    std::vector<uint32_t> sums_b = sums_a;
+    std::vector<uint8_t> bk_a(3 * np, 7), bk_b(3 * np, 7);
+    for (int q = 0; q < 3; ++q) p.bk[q] = bk_a.data() + q * np;
+    vorn::mean_accumulate(sums_a.data(), np, &p, 0, np);
+    for (int q = 0; q < 3; ++q) p.bk[q] = bk_b.data() + q * np;
+    vorn::mean_accumulate_c(sums_b.data(), np, &p, 0, np);
+    ASSERT_EQ(sums_a, sums_b) << n;
+    ASSERT_EQ(bk_a, bk_b) << "count " << n + 1ull;
+  }
+}
+
 TEST(MogKernels, SimdPassEqualsThePlainOne) {
   if (!(vorn::cpu_flags() & vorn::kCpuAvx2)) GTEST_SKIP() << "no AVX2";
   for (size_t np : {1u, 3u, 4u, 5u, 7u, 8u, 67u, 768u + 3}) {

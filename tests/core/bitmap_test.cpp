@@ -123,6 +123,18 @@ TEST(Bitmap, MalformedFilesLoadAsNull) {
   truncated.pop_back();
   cases.push_back({"truncated.bmp", truncated});
   cases.push_back({"topdown.bmp", hand_made_bmp(4, -2, 24, 0)});
+  // Header sizes whose products overflow 64 bits, or claim far more pixels than the file holds.
+  std::vector<uint8_t> huge = good;
+  vorn::store_le32(&huge[18], 0x80000001u);  // width -2^31 + 1
+  vorn::store_le32(&huge[22], 0x9D9D9D9Du);
+  cases.push_back({"negative.bmp", huge});
+  vorn::store_le32(&huge[18], 0x7FFFFFFFu);
+  vorn::store_le32(&huge[22], 0x7FFFFFFFu);
+  cases.push_back({"huge.bmp", huge});
+  vorn::store_le32(&huge[10], 0xFFFFFFF0u);  // pixels past the end of the file
+  vorn::store_le32(&huge[18], 1);
+  vorn::store_le32(&huge[22], 0);
+  cases.push_back({"offset.bmp", huge});
   for (const Case &c : cases) {
     const std::string path = temp_path(c.name);
     write_file(path, c.bytes);

@@ -210,4 +210,22 @@ TEST(TrackOnScene, TracksStartBeforeTheyEndAndFollowPeople) {
   EXPECT_GE(started.size(), 3u);
 }
 
+TEST(PlateOnScene, TheParkedCarsPlateIsReadOnceWhereItStands) {
+  if (!available("plate")) GTEST_SKIP() << "no plate reader in this build";
+  const std::string dir = tool_test::scratch_dir();
+  tool_test::Run r = tool_test::run_tool("plate --quiet --frames 30 --events " + dir + "/ev.jsonl");
+  ASSERT_EQ(r.status, 0) << r.err;
+  const vt::StreetScene scene(30);
+  const vt::SceneTruth &truth = scene.truth();
+  std::vector<vt::Json> ev = events_of(dir + "/ev.jsonl");
+  ASSERT_EQ(ev.size(), 1u);
+  EXPECT_EQ(ev[0].find("kind")->text, "plate");
+  EXPECT_EQ(ev[0].find("text")->text, truth.plate);
+  const vt::Json &b = ev[0].find("boxes")->items[0];
+  EXPECT_GE(b.items[0].number, truth.plate_box.left);
+  EXPECT_GE(b.items[1].number, truth.plate_box.top);
+  EXPECT_LE(b.items[2].number, truth.plate_box.right);
+  EXPECT_LE(b.items[3].number, truth.plate_box.bottom);
+}
+
 }  // namespace

@@ -144,6 +144,14 @@ TEST(Events, OneJsonObjectWithEveryField) {
   ASSERT_EQ(j.find("boxes")->items.size(), 1u);
   EXPECT_EQ(j.find("boxes")->items[0].items[3].number, 4);
   EXPECT_EQ(j.find("counts")->find("up")->number, 2);
+  EXPECT_EQ(j.find("text"), nullptr);  // nothing read: no text and no values
+  EXPECT_EQ(j.find("values"), nullptr);
+  e.text = "AB123\"C";
+  e.values = {{"confidence", 0.8125}, {"spread", 0.5}};
+  j = vt::parse_json(vt::event_json(e), "event");
+  EXPECT_EQ(j.find("text")->text, "AB123\"C");
+  EXPECT_DOUBLE_EQ(j.find("values")->find("confidence")->number, 0.8125);
+  EXPECT_DOUBLE_EQ(j.find("values")->find("spread")->number, 0.5);
 }
 
 TEST(Report, TablesLineUp) {

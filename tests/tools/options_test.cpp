@@ -123,6 +123,40 @@ TEST(Config, SeveralAnalyticsOverOneStream) {
   EXPECT_EQ(plan.analytics[5].name, "bgsub#5");
 }
 
+TEST(Config, PlateAndTrajectorySettingsMatchTheirOptions) {
+  vt::RunPlan conf;
+  vt::load_config_text(R"({"analytics": [
+      {"kind": "plate", "weights": "w", "stable_frames": 5, "min_char_height": 12, "max_char_height": 30},
+      {"kind": "trajectories", "save": "t.vbct", "max_points": 50, "min_length": 20, "min_distance": 7,
+       "motion_threshold": 25}]})", "c.json", conf);
+  vt::RunPlan plate = parse({"plate", "--weights", "w", "--stable-frames", "5", "--min-char-height", "12",
+                             "--max-char-height=30"});
+  vt::RunPlan traj = parse({"trajectories", "--save", "t.vbct", "--max-points", "50", "--min-length", "20",
+                            "--min-distance", "7", "--motion-threshold", "25"});
+  ASSERT_EQ(conf.analytics.size(), 2u);
+  for (const vt::AnalyticSettings *p : {&conf.analytics[0], &plate.analytics.at(0)}) {
+    EXPECT_EQ(p->kind, "plate");
+    EXPECT_EQ(p->weights_dir, "w");
+    EXPECT_EQ(p->stable_frames, 5);
+    EXPECT_EQ(p->min_char_height, 12);
+    EXPECT_EQ(p->max_char_height, 30);
+  }
+  for (const vt::AnalyticSettings *t : {&conf.analytics[1], &traj.analytics.at(0)}) {
+    EXPECT_EQ(t->kind, "trajectories");
+    EXPECT_EQ(t->save_path, "t.vbct");
+    EXPECT_EQ(t->max_points, 50);
+    EXPECT_EQ(t->min_length, 20);
+    EXPECT_EQ(t->min_distance, 7);
+    EXPECT_EQ(t->motion_threshold, 25);
+  }
+  EXPECT_EQ(parse_error({"plate", "--save", "x"}), "option '--save' does not apply to 'plate'");
+  EXPECT_EQ(parse_error({"trajectories", "--weights", "w"}), "option '--weights' does not apply to 'trajectories'");
+  EXPECT_EQ(config_error("{\"analytics\": [{\"kind\": \"plate\", \"motion_threshold\": 5}]}"),
+            "c.json:1:54: field \"motion_threshold\" does not apply to a plate analytic");
+  EXPECT_EQ(config_error("{\"analytics\": [{\"kind\": \"plate\", \"weights\": \"\"}]}"),
+            "c.json:1:45: plate.weights must name a directory");
+}
+
 TEST(Config, ErrorsPointAtTheOffendingValue) {
   EXPECT_EQ(config_error("[]"), "c.json:1:1: the configuration must be a JSON object");
   EXPECT_EQ(config_error("{\"analytics\": []}"), "c.json:1:15: \"analytics\" is empty");

@@ -204,22 +204,32 @@ TEST(OpticalFlow, ArgumentChecks) {
 TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
   const Texture tex(21);
   Frames f(tex, 131, 97, 4.3, -2.6, 3);
-  // Interior points and points whose windows reach past every border.
-  std::vector<vorn_point2f> from = grid(f.w, f.h, 0, 5);
-  std::vector<vorn_point2f> plain(from.size()), vec(from.size());
-  std::vector<uint32_t> s_plain(from.size()), s_vec(from.size());
-  vorn::cpu_set_mask(~0u);
-  ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), plain.data(), s_plain.data(),
-                                    (uint32_t)from.size(), 10, 10),
-            VORN_OK);
-  vorn::cpu_set_mask(0);
-  ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), vec.data(), s_vec.data(),
-                                    (uint32_t)from.size(), 10, 10),
-            VORN_OK);
-  for (size_t i = 0; i < from.size(); ++i) {
-    ASSERT_EQ(memcmp(&plain[i], &vec[i], sizeof plain[i]), 0) << from[i].x << "," << from[i].y;
-    ASSERT_EQ(s_plain[i], s_vec[i]);
+  // Interior points and points whose windows reach past every border; window sides 3, 21 and 31 leave plain
+  // tails of every length behind the vector groups.
+  const std::vector<vorn_point2f> from = grid(f.w, f.h, 0, 5);
+  for (int32_t half : {1, 10, 15}) {
+    std::vector<vorn_point2f> want(from.size());
+    std::vector<uint32_t> s_want(from.size());
+    // Plain kernels first, then SSE2 alone, then everything the processor has.
+    const uint32_t masks[3] = {~0u, vorn::kCpuAvx2, 0u};
+    for (uint32_t m : masks) {
+      std::vector<vorn_point2f> got(from.size());
+      std::vector<uint32_t> s_got(from.size());
+      vorn::cpu_set_mask(m);
+      ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), got.data(), s_got.data(),
+                                        (uint32_t)from.size(), half, 10),
+                VORN_OK);
+      if (m == ~0u) {
+        want = got, s_want = s_got;
+        continue;
+      }
+      for (size_t i = 0; i < from.size(); ++i) {
+        ASSERT_EQ(memcmp(&want[i], &got[i], sizeof want[i]), 0) << half << " " << from[i].x << "," << from[i].y;
+        ASSERT_EQ(s_want[i], s_got[i]);
+      }
+    }
   }
+  vorn::cpu_set_mask(0);
 }
 
 TEST(SubPixel, BilinearValuesAndBorderRepeat) {
