@@ -1,5 +1,6 @@
 // The plate reader: owns the three character networks, the grey frame and the work space of the stages, and
 // reads the best candidate of each frame.
+#include <math.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -74,8 +75,11 @@ vorn_result plate_read(vorn_plate *pl, const vorn_mono_image *grey) {
   plate_found found[kPlateMaxCandidates];
   const int n = plate_find(grey, pl->params, &pl->work, found, kPlateMaxCandidates);
   static const char kLayout[] = VORN_PLATE_LAYOUT;
-  // Every run of seven boxes of every candidate is read; the reading whose weakest character is the most certain
-  // wins (on a tie, the earlier: each candidate's best-agreeing run is read first).
+  double best_key = 0;
+  // Every run of seven boxes of every candidate is read; the reading with the largest product of its confidences
+  // wins (on a tie, the earlier: each candidate's best-agreeing run is read first). The product, unlike the
+  // weakest confidence alone, weighs every character, so a run that takes in a piece of the border with one
+  // confident guess does not beat the true row.
   for (int i = 0; i < n; ++i) {
     const plate_found &f = found[i];
     for (int k = 0; k + kPlateChars <= f.count; ++k) {
@@ -83,12 +87,15 @@ vorn_result plate_read(vorn_plate *pl, const vorn_mono_image *grey) {
       vorn_plate_info info;
       memset(&info, 0, sizeof info);
       float lowest = 1.0f;
+      double key = 0;
       for (int c = 0; c < kPlateChars; ++c) {
         plate_classify(pl, kLayout[c], f.features[s + c], &info.text[c], &info.confidence[c]);
         if (info.confidence[c] < lowest) lowest = info.confidence[c];
+        key += log(info.confidence[c] > 1e-6f ? (double)info.confidence[c] : 1e-6);
       }
       info.score = lowest;
-      if (pl->has_info && info.score <= pl->info.score) continue;
+      if (pl->has_info && key <= best_key) continue;
+      best_key = key;
       info.rect = plate_row_rect(f, s, grey->width, grey->height);
       info.angle = (float)f.map.angle_deg;
       pl->info = info;

@@ -1,10 +1,12 @@
 // Stages of the plate reader, shared by the reader itself and by the training and evaluation programs.
 //
 // The road of one frame: grey frame -> vertical-edge mask closed along rows -> connected regions whose shape fits
-// a row of characters (candidates) -> for each candidate the skew angle and the character band, a deskewed patch
-// with the band 30 pixels tall -> Otsu binarisation of the patch, shear undone -> character boxes from the
-// column profile -> 13 features per box -> every run of seven boxes read by the networks chosen by the layout
-// positions, the most certain reading kept.
+// a row of characters (candidates) -> for each candidate the skew angle and the character band (the fullest
+// five-row window of the rotated edge profile), a deskewed patch with the band 30 pixels tall -> Otsu
+// binarisation of the patch, shear undone, the border's uprights cleared -> character pieces from the column
+// profile of the middle rows, merged and split to character widths, boxes grown through their ink -> 13 features
+// per box -> every run of seven boxes read by the networks chosen by the layout positions, the reading with the
+// largest product of confidences kept.
 #ifndef VORN_RECOGNITION_PLATE_INTERNAL_H
 #define VORN_RECOGNITION_PLATE_INTERNAL_H
 

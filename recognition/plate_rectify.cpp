@@ -86,12 +86,18 @@ bool plate_rectify(const vorn_mono_image *grey, const vorn_rect &region, int thr
   const double cs = cos(best_theta), sn = sin(best_theta);
   rotated_profile(grey, r, thr, cs, sn, cx, cy, work);
 
-  // The band: the stretch of rows around the fullest one that stay above a third of it.
+  // The band: the stretch of rows around the fullest five-row window that stay above a third of its mean. The
+  // window keeps a single row of a plate's border line, which the staircase of a tilted line fills, from taking
+  // the place of the character rows.
   int peak = 0;
-  for (int i = 1; i < work->n_profile; ++i)
-    if (work->profile[i] > work->profile[peak]) peak = i;
-  const int32_t lim = work->profile[peak] / 3;
-  if (work->profile[peak] < 8) return false;
+  int32_t best = -1;
+  for (int i = 2; i + 2 < work->n_profile; ++i) {
+    const int32_t *p = work->profile + i - 2;
+    const int32_t sum = p[0] + p[1] + p[2] + p[3] + p[4];
+    if (sum > best) best = sum, peak = i;
+  }
+  const int32_t lim = best / 15;
+  if (best < 20) return false;
   int r0 = peak, r1 = peak;
   while (r0 > 0 && (work->profile[r0 - 1] > lim || (r0 > 1 && work->profile[r0 - 2] > lim))) --r0;
   while (r1 < work->n_profile - 1 &&

@@ -1,6 +1,7 @@
 // Character boxes of a deskewed plate patch: Otsu binarisation of the band, the rows that cross many strokes,
-// and the column profile of those rows cut at empty columns (pieces wider than a character split at their
-// thinnest columns).
+// the border's uprights cleared, pieces cut from the column profile of the middle of those rows (where border
+// lines never reach), pieces of one character merged, pieces wider than a character split at their thinnest
+// columns, and each part's box grown up and down through its ink.
 #include <stdlib.h>
 
 #include "recognition/plate_internal.h"
@@ -8,6 +9,8 @@
 
 namespace vorn {
 namespace {
+
+int compare_int(const void *a, const void *b) { return *(const int *)a - *(const int *)b; }
 
 struct Seg {
   int l, r;  // columns, r exclusive
@@ -34,11 +37,11 @@ int stroke_runs(const uint8_t *row, int w) {
 // crossing at least half as many stroke runs as the busiest row, and at least five.
 bool plate_char_rows(const uint8_t *ink, int w, int *top, int *bottom) {
   constexpr int kFrom = kPatchBandTop - 6, kTo = kPatchBandTop + kPatchBand + 6;
-  int runs[kTo - kFrom], most = 0;
-  for (int v = kFrom; v < kTo; ++v) {
-    runs[v - kFrom] = stroke_runs(ink + (size_t)v * w, w);
-    if (runs[v - kFrom] > most) most = runs[v - kFrom];
-  }
+  int runs[kTo - kFrom], sorted[kTo - kFrom];
+  for (int v = kFrom; v < kTo; ++v) sorted[v - kFrom] = runs[v - kFrom] = stroke_runs(ink + (size_t)v * w, w);
+  // The level of the busy rows is the eighth busiest row's, so that a few noisy rows beside the plate do not set it.
+  qsort(sorted, kTo - kFrom, sizeof(int), compare_int);
+  const int most = sorted[kTo - kFrom - 8];
   const int need = most / 2 > 5 ? most / 2 : 5;
   int best_len = 0, run_start = -1, last_good = -3;
   for (int v = kFrom; v < kTo; ++v) {
@@ -71,64 +74,75 @@ void plate_despeckle(uint8_t *ink, int w) {
   for (int i = 0; i < w * kPatchH; ++i) ink[i] = ink[i] == 1;
 }
 
-// The box of the ink in columns [l, r): the character rows, grown by up to three rows while the next row holds
-// ink in the piece that is not part of a run longer than a character is tall (a border line), then the columns
-// trimmed to the ink.
-bool plate_box(const uint8_t *ink, int w, int l, int r, int b0, int b1, vorn_rect *box) {
-  auto ink_count = [&](int v) {
-    const uint8_t *row = ink + (size_t)v * w;
-    int n = 0;
-    for (int u = l; u < r; ++u) n += row[u];
-    return n;
-  };
-  int top = -1, bottom = -1;
-  for (int v = b0; v <= b1; ++v)
-    if (ink_count(v)) {
-      if (top < 0) top = v;
-      bottom = v;
-    }
-  if (top < 0) return false;
-  auto grows = [&](int v) {
-    const uint8_t *row = ink + (size_t)v * w;
-    bool any = false;
-    for (int u = l; u < r; ++u) {
-      if (!row[u]) continue;
-      any = true;
-      int a = u, b = u;
-      while (a > 0 && row[a - 1]) --a;
-      while (b < w - 1 && row[b + 1]) ++b;
-      if (b - a + 1 > kPatchBand * 6 / 5) return false;
-      u = b;
-    }
-    return any;
-  };
-  for (int k = 0; k < 3 && top == b0 - k && top > 0 && grows(top - 1); ++k) --top;
-  for (int k = 0; k < 3 && bottom == b1 + k && bottom < kPatchH - 1 && grows(bottom + 1); ++k) ++bottom;
-  int lo = r, hi = l - 1;
-  for (int v = top; v <= bottom; ++v) {
+// The box of the character whose core (its ink in the middle rows c0..c1) lies in columns [l, r). From the core
+// the box grows up and down row by row, through the ink runs that touch the columns reached so far, while none of
+// them is longer than `line` (a border line) and not beyond rows lo..hi; runs are clipped to columns [xl, xr) so
+// that a character does not take in its neighbours. The columns are then trimmed to the ink. Returns -1 when the
+// core holds no ink, else the number of directions (0..2) in which the box did not end on paper (it met a border
+// line or the row limit).
+int plate_box(const uint8_t *ink, int w, int l, int r, int c0, int c1, int lo, int hi, int xl, int xr, int line,
+               vorn_rect *box) {
+  int top = -1, bottom = -1, bl = r, br = l;  // br inclusive
+  for (int v = c0; v <= c1; ++v) {
     const uint8_t *row = ink + (size_t)v * w;
     for (int u = l; u < r; ++u)
       if (row[u]) {
-        if (u < lo) lo = u;
-        if (u > hi) hi = u;
+        if (top < 0) top = v;
+        bottom = v;
+        if (u < bl) bl = u;
+        if (u > br) br = u;
       }
   }
-  *box = {lo, top, hi + 1, bottom + 1};
-  return true;
+  if (top < 0) return -1;
+  int open = 0;
+  // One direction at a time: [al, ar] the columns reached in the last row taken.
+  for (int dir = -1; dir <= 1; dir += 2) {
+    int al = bl, ar = br;
+    for (int v = dir < 0 ? c0 - 1 : c1 + 1; dir < 0 ? v >= lo : v <= hi; v += dir) {
+      const uint8_t *row = ink + (size_t)v * w;
+      int nl = w, nr = -1;
+      bool border = false;
+      for (int u = al - 1 > xl ? al - 1 : xl; u <= ar + 1 && u < xr; ++u) {
+        if (!row[u]) continue;
+        int a = u, b = u;
+        while (a > 0 && row[a - 1]) --a;
+        while (b < w - 1 && row[b + 1]) ++b;
+        if (b - a + 1 > line) border = true;
+        if (a < xl) a = xl;
+        if (b > xr - 1) b = xr - 1;
+        if (a < nl) nl = a;
+        if (b > nr) nr = b;
+        u = b;
+      }
+      if (nr < 0) break;
+      if (border) {
+        ++open;
+        break;
+      }
+      open += v == (dir < 0 ? lo : hi);
+      al = nl;
+      ar = nr;
+      if (dir < 0) top = v;
+      else bottom = v;
+      if (nl < bl) bl = nl;
+      if (nr > br) br = nr;
+    }
+  }
+  *box = {bl, top, br + 1, bottom + 1};
+  return open;
 }
 
-// Whether a box can be a character of height about `ch`: tall enough, not a border line, not a solid block (a
-// narrow solid box is the stem of a 1, I or T whose bar was lost to the border and is kept).
+// Whether a box can be a character of height about `ch`: tall enough but not much taller, at least 0.3 of it wide
+// (every character of the type has bars or bowls; a bare stem is what is left of a border upright), not a solid
+// block (unless narrow: a 1 or I thickened by blur).
 bool plate_char_like(const uint8_t *ink, int w, const vorn_rect &b, int ch) {
   const int bw = b.right - b.left, bh = b.bottom - b.top;
-  if (bh * 100 < ch * 55 || bw * 100 < ch * 18 || bw * 100 > ch * 105) return false;
+  if (bh * 100 < ch * 55 || bh * 100 > ch * 130 || bw * 100 < ch * 30 || bw * 100 > ch * 105) return false;
   int filled = 0;
   for (int v = b.top; v < b.bottom; ++v)
     for (int u = b.left; u < b.right; ++u) filled += ink[(size_t)v * w + u];
   return bw * 5 < ch * 2 || filled * 10 <= bw * bh * 8;
 }
-
-int compare_int(const void *a, const void *b) { return *(const int *)a - *(const int *)b; }
 
 // Shear left in the patch (perspective and slanted type lean the characters) is undone by shifting each row
 // by round(k * (v - centre)) columns, k the shear in -0.3 .. 0.3 (steps of 0.05) that leaves the most empty
@@ -184,13 +198,33 @@ int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes, 
 
   int b0 = 0, b1 = 0;
   if (!plate_char_rows(ink, w, &b0, &b1)) return 0;
-  plate_unshear(ink, w, b0, b1);
+  // The middle rows of the character rows: border lines and what lies beyond them may reach into the first and
+  // last of the character rows, never into the middle ones, and every character has ink there.
+  const int c0 = b0 + (b1 - b0 + 1) / 5, c1 = b1 - (b1 - b0 + 1) / 5;
+  plate_unshear(ink, w, c0, c1);
+  // Boxes grow at most a fifth of the rows' height beyond them (the characters at the near end of a plate seen in
+  // perspective are taller than the rest).
+  const int reach = (b1 - b0 + 1) / 5;
+  const int lo = b0 - reach > 0 ? b0 - reach : 0, hi = b1 + reach < kPatchH - 1 ? b1 + reach : kPatchH - 1;
 
-  // Pieces: runs of columns holding ink in the character rows.
+  // A column whose ink runs unbroken from three rows above the character rows to three rows below them is an
+  // upright of the plate's border (characters end within a row or two of them): it is cleared, which also parts a
+  // first or last character that touches it.
+  const int up0 = b0 - 3 > 0 ? b0 - 3 : 0, up1 = b1 + 3 < kPatchH - 1 ? b1 + 3 : kPatchH - 1, vm = (b0 + b1) / 2;
+  for (int u = 0; u < w; ++u) {
+    int a = vm, b = vm;
+    if (!ink[(size_t)vm * w + u]) continue;
+    while (a > 0 && ink[(size_t)(a - 1) * w + u]) --a;
+    while (b < kPatchH - 1 && ink[(size_t)(b + 1) * w + u]) ++b;
+    if (a <= up0 && b >= up1)
+      for (int v = a; v <= b; ++v) ink[(size_t)v * w + u] = 0;
+  }
+
+  // Pieces: runs of columns holding ink in the middle rows.
   int prof[kPatchW];
   for (int u = 0; u < w; ++u) {
     int c = 0;
-    for (int v = b0; v <= b1; ++v) c += ink[(size_t)v * w + u];
+    for (int v = c0; v <= c1; ++v) c += ink[(size_t)v * w + u];
     prof[u] = c;
   }
   Seg pieces[kPlateMaxSegments];
@@ -206,39 +240,89 @@ int plate_segment(const vorn_mono_image *patch, uint8_t *ink, vorn_rect *boxes, 
     u = e;
   }
 
+  // Strokes of one character that are apart in the middle rows (the sides of O, U, N) meet above or below them:
+  // neighbouring pieces whose boxes reach into each other and that together are no wider than a character are
+  // merged.
+  const int rows = b1 - b0 + 1, line0 = rows * 3 / 2;
+  vorn_rect pbox[kPlateMaxSegments];
+  int popen[kPlateMaxSegments], merged = 0;
+  for (int i = 0; i < np; ++i) {
+    const int l = pieces[i].l, r = pieces[i].r;
+    const int xl = l - rows * 45 / 100 > 0 ? l - rows * 45 / 100 : 0;
+    const int xr = r + rows * 70 / 100 < w ? r + rows * 70 / 100 : w;
+    vorn_rect b;
+    const int kb = plate_box(ink, w, l, r, c0, c1, lo, hi, xl, xr, line0, &b);
+    if (kb < 0) continue;
+    // Pieces merge when neither runs through the band, their tops and bottoms agree within a tenth of the rows
+    // (a broken upright of the border does not agree with the character beside it), one's box reaches the other
+    // and together they are no wider than 1.1 times the rows.
+    const vorn_rect &q = pbox[merged > 0 ? merged - 1 : 0];
+    if (merged > 0 && kb < 2 && popen[merged - 1] < 2 && abs(q.top - b.top) * 10 <= rows &&
+        abs(q.bottom - b.bottom) * 10 <= rows) {
+      Seg &p = pieces[merged - 1];
+      const int ul = q.left < b.left ? q.left : b.left, ur = q.right > b.right ? q.right : b.right;
+      if ((q.right + 1 >= l || b.left <= p.r + 1) && (ur - ul) * 10 <= rows * 11) {
+        p.r = r;
+        pbox[merged - 1] = {ul, q.top < b.top ? q.top : b.top, ur, q.bottom > b.bottom ? q.bottom : b.bottom};
+        if (kb > popen[merged - 1]) popen[merged - 1] = kb;
+        continue;
+      }
+    }
+    pieces[merged] = pieces[i];
+    popen[merged] = kb;
+    pbox[merged++] = b;
+  }
+  np = merged;
+
   // The character height: the median height of the pieces that are no wider than tall.
   int heights[kPlateMaxSegments], nh = 0;
   for (int i = 0; i < np; ++i) {
-    vorn_rect b;
-    if (!plate_box(ink, w, pieces[i].l, pieces[i].r, b0, b1, &b)) continue;
-    const int bw = b.right - b.left, bh = b.bottom - b.top;
-    if (bw <= bh && bw * 5 >= bh) heights[nh++] = bh;
+    const int bw = pbox[i].right - pbox[i].left, bh = pbox[i].bottom - pbox[i].top;
+    if (popen[i] < 2 && bw <= bh && bw * 5 >= bh) heights[nh++] = bh;
   }
   if (nh < 3) return 0;
   qsort(heights, nh, sizeof(int), compare_int);
   const int ch = heights[nh / 2];
+  const int line = ch * 3 / 2;
 
-  // Boxes; a piece wider than a character holds touching characters (characters advance by about 0.93 of their
-  // height): it is cut at its thinnest columns near the even division points.
-  vorn_rect cand[kPlateMaxSegments];
-  int nc = 0;
-  for (int i = 0; i < np && nc < kPlateMaxSegments; ++i) {
+  // Pieces wider than any one character hold touching characters (digits advance by about 0.76 of their height,
+  // letters by 0.89): such a piece is cut at its thinnest columns near the even division points.
+  Seg parts[kPlateMaxSegments];
+  int nparts = 0;
+  for (int i = 0; i < np && nparts < kPlateMaxSegments; ++i) {
     const int l = pieces[i].l, r = pieces[i].r, sw = r - l;
-    int parts = (sw * 100 + ch * 93 / 2) / (ch * 93);
-    if (parts < 1) parts = 1;
+    int k = 1;
+    if (sw * 100 > ch * 95) {
+      k = (sw * 100 + ch * 40) / (ch * 80);
+      if (k < 2) k = 2;
+    }
     int start = l;
-    for (int k = 1; k <= parts && nc < kPlateMaxSegments; ++k) {
+    for (int j = 1; j <= k && nparts < kPlateMaxSegments; ++j) {
       int cut = r;
-      if (k < parts) {
-        const int nominal = l + sw * k / parts, reach = sw / parts / 4;
+      if (j < k) {
+        const int nominal = l + sw * j / k, reach = sw / k / 4;
         cut = nominal;
         for (int c = nominal - reach; c <= nominal + reach; ++c)
           if (c > start && c < r && prof[c] < prof[cut]) cut = c;
       }
-      vorn_rect b;
-      if (plate_box(ink, w, start, cut, b0, b1, &b) && plate_char_like(ink, w, b, ch)) cand[nc++] = b;
+      parts[nparts++] = {start, cut};
       start = cut;
     }
+  }
+  // Boxes: each part grows into the columns up to its neighbours, at most 0.45 of a character height to the left
+  // (the bars of T and J, the foot of 1) and 0.7 to the right (the bars of L, E and F).
+  vorn_rect cand[kPlateMaxSegments];
+  int nc = 0;
+  for (int i = 0; i < nparts; ++i) {
+    const int l = parts[i].l, r = parts[i].r;
+    int xl = l - ch * 45 / 100, xr = r + ch * 70 / 100;
+    if (i > 0 && xl < parts[i - 1].r) xl = parts[i - 1].r;
+    if (i + 1 < nparts && xr > parts[i + 1].l) xr = parts[i + 1].l;
+    if (xl < 0) xl = 0;
+    if (xr > w) xr = w;
+    vorn_rect b;
+    const int open = plate_box(ink, w, l, r, c0, c1, lo, hi, xl, xr, line, &b);
+    if (open >= 0 && open < 2 && plate_char_like(ink, w, b, ch)) cand[nc++] = b;
   }
   if (nc < kPlateChars) return 0;
 

@@ -101,6 +101,70 @@ TEST(PlateSegment, FindsSevenBoxesBesideBorderAndSplitsTouchingOnes) {
   EXPECT_EQ(vorn::plate_segment(&img6, ink.data(), boxes, &first), 0);
 }
 
+TEST(PlateSegment, PartsUprightsNoiseAndStrokesOfOneCharacter) {
+  const int top = vorn::kPatchBandTop, bottom = vorn::kPatchBandTop + vorn::kPatchBand;
+  Patch p(240);
+  std::vector<int> lefts;
+  for (int i = 0; i < 7; ++i) {
+    const int l = 16 + i * 30;
+    lefts.push_back(l);
+    if (i == 3) {
+      // A U: two uprights apart in the middle rows, joined only by the bottom bar.
+      p.fill(l, top, l + 3, bottom);
+      p.fill(l + 17, top, l + 20, bottom);
+      p.fill(l, bottom - 3, l + 20, bottom);
+    } else {
+      p.outline(l, top, l + 20, bottom);
+    }
+  }
+  // The left upright of the border touches the first character, and runs on well above and below the row.
+  p.fill(12, 2, 16, 46);
+  // A speckled stripe above the row crosses more stroke-sized runs than any character row.
+  for (int x = 40; x + 3 < 236; x += 6) p.fill(x, 3, x + 3, 6);
+  vorn_mono_image img = p.image();
+  std::vector<uint8_t> ink(img.width * img.height);
+  vorn_rect boxes[vorn::kPlateMaxSegments];
+  int first = -1;
+  ASSERT_EQ(vorn::plate_segment(&img, ink.data(), boxes, &first), 7);
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(boxes[i].left, lefts[i]) << i;  // the upright is not part of the first box, the U is one box
+    EXPECT_EQ(boxes[i].right, lefts[i] + 20) << i;
+    EXPECT_EQ(boxes[i].top, top) << i;
+    EXPECT_EQ(boxes[i].bottom, bottom) << i;
+  }
+
+  // A bare stroke standing alone in the row (what a broken upright leaves) is not a character.
+  Patch q(240);
+  q.fill(10, top + 2, 13, bottom - 2);
+  for (int i = 0; i < 7; ++i) q.outline(20 + i * 30, top, 40 + i * 30, bottom);
+  vorn_mono_image qimg = q.image();
+  ASSERT_EQ(vorn::plate_segment(&qimg, ink.data(), boxes, &first), 7);
+  EXPECT_EQ(boxes[0].left, 20);
+}
+
+TEST(PlateSynth, CharacterCentresLieOnTheRow) {
+  // An upright plate 52.4 x 11.4 units (2.6 margin, letters 5 and digits 4 wide with gaps of 2, 3.6 between the
+  // groups) drawn as a 524 x 114 rectangle at (100, 50): ten pixels a unit, so the
+  // first glyph (a letter, 5 units wide, 2.6 units in) is centred at x = 100 + 51 and the row's middle is 3.5
+  // units below the 2.2-unit margin, y = 50 + 57.
+  plate_synth::Quad q = {{100, 624, 624, 100}, {50, 50, 164, 164}};
+  double pw, ph;
+  plate_synth::plate_units("AB123CD", &pw, &ph);
+  ASSERT_NEAR(pw, 52.4, 1e-9);
+  ASSERT_NEAR(ph, 11.4, 1e-9);
+  std::vector<double> x, y;
+  plate_synth::char_centres("AB123CD", q, &x, &y);
+  ASSERT_EQ(x.size(), 7u);
+  EXPECT_NEAR(x[0], 151, 1e-6);
+  EXPECT_NEAR(x[2], 100 + 10 * (2.6 + 7 + 8.6 + 2), 1e-6);  // after two letters, a gap and the group gap
+  for (int c = 0; c < 7; ++c) EXPECT_NEAR(y[c], 107, 1e-6) << c;
+  // Under perspective the centres still run left to right inside the plate's quad.
+  plate_synth::Quad p = {{100, 540, 548, 96}, {40, 60, 150, 180}};
+  plate_synth::char_centres("AB123CD", p, &x, &y);
+  for (int c = 1; c < 7; ++c) EXPECT_GT(x[c], x[c - 1]);
+  for (int c = 0; c < 7; ++c) EXPECT_TRUE(y[c] > 40 && y[c] < 180) << c;
+}
+
 vorn_plate_params reader_params(const std::string &dir) {
   vorn_plate_params p;
   memset(&p, 0, sizeof p);
@@ -145,8 +209,8 @@ TEST(PlateReader, ReadsSyntheticScenes) {
     chars += right;
     whole += right == VORN_PLATE_CHARS;
   }
-  EXPECT_GE(whole, n * 3 / 4);
-  EXPECT_GE(chars, n * VORN_PLATE_CHARS * 9 / 10);
+  EXPECT_GE(whole, n * 5 / 6);
+  EXPECT_GE(chars, n * VORN_PLATE_CHARS * 19 / 20);
 
   // A frame without a plate reads nothing, and the getters say so.
   plate_synth::Rgb empty(640, 480);

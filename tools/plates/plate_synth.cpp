@@ -202,6 +202,22 @@ std::string random_text(std::mt19937 &rng) {
 
 void plate_units(const std::string &text, double *w, double *h) { layout(text, w, h); }
 
+void char_centres(const std::string &text, const Quad &q, std::vector<double> *x, std::vector<double> *y) {
+  double pw, ph;
+  const std::vector<Placed> glyphs = layout(text, &pw, &ph);
+  const double rx[4] = {0, pw, pw, 0}, ry[4] = {0, 0, ph, ph};
+  double m[9];
+  homography(rx, ry, q.x, q.y, m);
+  x->clear();
+  y->clear();
+  for (const Placed &g : glyphs) {
+    const double u = g.x + g.width / 2, v = kMarginY + kCharH / 2;
+    const double d = m[6] * u + m[7] * v + m[8];
+    x->push_back((m[0] * u + m[1] * v + m[2]) / d);
+    y->push_back((m[3] * u + m[4] * v + m[5]) / d);
+  }
+}
+
 void draw_plate(Rgb &img, const std::string &text, const Quad &q, const Look &look) {
   double pw, ph;
   const std::vector<Placed> glyphs = layout(text, &pw, &ph);

@@ -49,6 +49,9 @@ struct Look {
 // Plate size in font units for a text (width, height).
 void plate_units(const std::string &text, double *w, double *h);
 
+// Where the centres of the text's characters lie in a picture when the plate is drawn onto `q`.
+void char_centres(const std::string &text, const Quad &q, std::vector<double> *x, std::vector<double> *y);
+
 // Paints the plate into the picture through the perspective map that takes the plate's rectangle onto `q`
 // (3 x 3 supersampling).
 void draw_plate(Rgb &img, const std::string &text, const Quad &q, const Look &look);

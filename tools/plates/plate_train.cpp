@@ -4,12 +4,14 @@
 //
 // Each plate is rendered into a small cluttered scene and run through the reader's own stages (location,
 // deskewing, Otsu binarisation, segmentation), so the networks learn the features exactly as the reader will
-// compute them; characters are labelled from the rendered text.
+// compute them; characters are labelled from the rendered text, and only from a run of seven boxes whose centres
+// sit on the rendered characters.
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
@@ -26,14 +28,6 @@ struct Sample {
   double f[VORN_PLATE_FEATURES];
   int cls;  // index in kAll
 };
-
-bool overlaps(const vorn_rect &a, int l, int t, int r, int b) {
-  const int il = std::max(a.left, l), it = std::max(a.top, t), ir = std::min(a.right, r), ib = std::min(a.bottom, b);
-  if (ir <= il || ib <= it) return false;
-  const double inter = (double)(ir - il) * (ib - it);
-  const double uni = (double)(a.right - a.left) * (a.bottom - a.top) + (double)(r - l) * (b - t) - inter;
-  return inter / uni >= 0.5;
-}
 
 // Trains one network on the samples whose class lies in [first, first + n_out) and saves it.
 bool train_net(const std::vector<Sample> &all, int first, int n_out, int epochs, const std::string &path,
@@ -106,21 +100,41 @@ int main(int argc, char **argv) {
     vorn_mono_image img = {yuv->width, yuv->height, yuv->plane[0]};
     vorn::plate_found found[vorn::kPlateMaxCandidates];
     const int n = vorn::plate_find(&img, params, &work, found, vorn::kPlateMaxCandidates);
-    for (int k = 0; k < n; ++k) {
-      if (!overlaps(vorn::plate_row_rect(found[k], found[k].first, params.width, params.height), truth.row_left, truth.row_top, truth.row_right, truth.row_bottom)) continue;
-      for (int c = 0; c < VORN_PLATE_CHARS; ++c) {
-        Sample s;
-        memcpy(s.f, found[k].features[found[k].first + c], sizeof s.f);
-        s.cls = (int)(strchr(kAll, truth.text[c]) - kAll);
-        samples.push_back(s);
+    // The run of seven boxes whose centres lie on the true characters' centres (within 0.3 of the gap between
+    // neighbouring centres) gives the samples; a plate without one (a box lost or split) gives none, so no
+    // character is learnt under another's label.
+    std::vector<double> tx, ty;
+    plate_synth::char_centres(truth.text, truth.quad, &tx, &ty);
+    double gap = 1e30;
+    for (int c = 1; c < VORN_PLATE_CHARS; ++c) gap = std::min(gap, std::hypot(tx[c] - tx[c - 1], ty[c] - ty[c - 1]));
+    bool taken = false;
+    for (int k = 0; k < n && !taken; ++k) {
+      const vorn::plate_found &f = found[k];
+      const vorn::plate_patch_map &m = f.map;
+      for (int s = 0; s + VORN_PLATE_CHARS <= f.count && !taken; ++s) {
+        bool on = true;
+        for (int c = 0; c < VORN_PLATE_CHARS && on; ++c) {
+          const vorn_rect &b = f.boxes[s + c];
+          const double xr = m.x0 + ((b.left + b.right) / 2.0 - 0.5) * m.scale;
+          const double yr = m.y0 + ((b.top + b.bottom) / 2.0 - 0.5 - vorn::kPatchBandTop) * m.scale;
+          const double x = m.cx + xr * m.cs - yr * m.sn, y = m.cy + xr * m.sn + yr * m.cs;
+          on = std::hypot(x - tx[c], y - ty[c]) < 0.3 * gap;
+        }
+        if (!on) continue;
+        for (int c = 0; c < VORN_PLATE_CHARS; ++c) {
+          Sample smp;
+          memcpy(smp.f, f.features[s + c], sizeof smp.f);
+          smp.cls = (int)(strchr(kAll, truth.text[c]) - kAll);
+          samples.push_back(smp);
+        }
+        ++used;
+        taken = true;
       }
-      ++used;
-      break;
     }
   }
   vorn::plate_work_free(&work);
   vorn_image_free(yuv);
-  printf("%d of %d plates segmented, %zu characters\n", used, plates, samples.size());
+  printf("%d of %d plates segmented onto their characters, %zu characters\n", used, plates, samples.size());
 
   const bool ok = train_net(samples, 0, 36, epochs, dir + "/charnum.who", rng) &&
                   train_net(samples, 0, 10, epochs, dir + "/num.who", rng) &&
