@@ -92,14 +92,7 @@ VORN_API vorn_result bk_model_process_baymean(vorn_bk_model *m, uint8_t *frame, 
   }
   block_release(e->hist);
   bk_mask_against_bk(m);
-  bk_pass_planes p = {};
-  const vorn_image *c = bk_current(m);
-  for (int q = 0; q < 3; ++q) {
-    p.c[q] = c->plane[q];
-    p.bk[q] = m->bk->plane[q];
-  }
-  p.fg = m->fg->data;
-  p.mask = m->mask->data;
+  const bk_pass_planes p = bk_pass_planes_of(m);
   const size_t n = bk_pixels(m);
   baymean_update(e->acc, n, &p, 0, n);
   m->bk_count = 1;

@@ -15,16 +15,6 @@ inline uint32_t *sums_of(vorn_bk_model *m) {
   return static_cast<uint32_t *>(static_cast<bk_ext_buffer *>(m->ext)->buffer);
 }
 
-bk_pass_planes current_planes(vorn_bk_model *m) {
-  bk_pass_planes p = {};
-  const vorn_image *c = bk_current(m);
-  for (int q = 0; q < 3; ++q) {
-    p.c[q] = c->plane[q];
-    p.bk[q] = m->bk->plane[q];
-  }
-  return p;
-}
-
 }  // namespace
 
 extern "C" {
@@ -40,7 +30,7 @@ VORN_API vorn_result bk_model_process_mean(vorn_bk_model *m, uint8_t *frame, uin
   if (r == VORN_E_SCENE_CHANGE) return r;
   const uint32_t N = bk_learn_frames(m, 50);
   if (m->frame_count >= N) bk_mask_against_bk(m);
-  const bk_pass_planes p = current_planes(m);
+  const bk_pass_planes p = bk_pass_planes_of(m);
   const size_t n = bk_pixels(m);
   mean_accumulate(sums_of(m), n, &p, 0, n);
   return bk_model_process_end(m, m->frame_count < N ? VORN_E_LEARNING : VORN_OK);

@@ -35,12 +35,7 @@ VORN_API vorn_result bk_model_process_meanex(vorn_bk_model *m, uint8_t *frame, u
   if (m->frame_count >= N) bk_mask_against_bk(m);
   // The first frame is copied into the accumulators (rate 1).
   const double a = first ? 1.0 : kRate;
-  bk_pass_planes p = {};
-  for (int q = 0; q < 3; ++q) {
-    p.c[q] = c->plane[q];
-    p.prev[q] = prev->plane[q];
-    p.bk[q] = m->bk->plane[q];
-  }
+  const bk_pass_planes p = bk_pass_planes_of(m, prev);
   const size_t n = bk_pixels(m);
   meanex_update(acc_of(m), n, &p, 0, n, a, 1.0 - a, first);
   vorn_result v = VORN_E_LEARNING;

@@ -6,6 +6,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "bkmodel/bk_mean_kernel.h"
 #include "vorn_bk_model.h"
 
 struct vorn_bk_model {
@@ -54,6 +55,21 @@ inline vorn_image *bk_current(const vorn_bk_model *m) { return m->history[m->cur
 // The ring slot before the current one (the last slot when the current one is 0).
 inline vorn_image *bk_previous(const vorn_bk_model *m) {
   return m->history[m->cur_index ? m->cur_index - 1 : m->history_count - 1];
+}
+
+// The planes a running-mean pass reads and writes: the current frame, `prev` (when given), the model's
+// foreground and region masks and its background.
+inline bk_pass_planes bk_pass_planes_of(const vorn_bk_model *m, const vorn_image *prev = nullptr) {
+  bk_pass_planes p = {};
+  const vorn_image *c = bk_current(m);
+  for (int q = 0; q < 3; ++q) {
+    p.c[q] = c->plane[q];
+    p.prev[q] = prev ? prev->plane[q] : nullptr;
+    p.bk[q] = m->bk->plane[q];
+  }
+  p.fg = m->fg ? m->fg->data : nullptr;
+  p.mask = m->mask ? m->mask->data : nullptr;
+  return p;
 }
 
 // Integer part of v + 0.5 as a byte, for the non-negative running means (values outside 0..255 saturate).
