@@ -187,6 +187,8 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   if (!known_command(plan.command)) usage_error("unknown command '" + plan.command + "' (try: vorn help)");
   if (plan.command == "help") {
     if (argc > 2) plan.help_topic = argv[2];
+    // The manual page and the completion script, written from the same tables as the help.
+    if (plan.help_topic == "--man" || plan.help_topic == "--bash-completion") return plan;
     if (!plan.help_topic.empty() && !known_command(plan.help_topic))
       usage_error("unknown command '" + plan.help_topic + "' (try: vorn help)");
     return plan;

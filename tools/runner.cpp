@@ -22,6 +22,7 @@ extern "C" {
 #include "analytic_registry.h"
 #include "error.h"
 #include "json.h"
+#include "manual.h"
 #include "report.h"
 #include "scene.h"
 #include "video_reader.h"
@@ -407,7 +408,10 @@ int tool_main(int argc, const char *const *argv) {
   try {
     RunPlan plan = parse_command_line(argc, argv);
     if (plan.command == "help") {
-      std::fputs(command_usage(plan.help_topic).c_str(), stdout);
+      const std::string &topic = plan.help_topic;
+      std::fputs((topic == "--man" ? man_page() : topic == "--bash-completion" ? bash_completion()
+                                                                                : command_usage(topic)).c_str(),
+                 stdout);
       return kExitOk;
     }
     if (plan.command == "version") {
