@@ -26,7 +26,8 @@ const char *const kIntro =
     "With no INPUT it runs on the built-in street scene and prints what it found against what the scene holds.\n";
 
 const char *const kExitStatus =
-    "exit status: 0 done, 1 an input or output failed, 2 bad command line or configuration.\n";
+    "exit status: 0 done, 1 an input or output failed (or ended early with decoding errors), 2 bad command line or\n"
+    "configuration.\n";
 
 // "  NAME  text" with the text starting at column `at`, wrapped at 112 columns under itself.
 std::string item(const std::string &name, const std::string &text, size_t at = 22) {
@@ -106,6 +107,8 @@ const std::vector<GeneralOption> &general_options() {
       {"--codec", "NAME", "video encoder for written videos (default libx264 when present, else mpeg4)",
        any_command},
       {"--quiet", "", "no progress bar and no summary table", any_command},
+      {"--tolerate-errors", "", "an input that ends early or with decoding errors is reported but does not fail the run",
+       analysing},
       {"--help", "", "this command's usage", any_command},
   };
   return options;
@@ -255,6 +258,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       else if (name == "--codec") plan.video_codec = value;
       else if (name == "--jobs") plan.jobs = parse_int(value, name, 1, 64);
       else if (name == "--quiet") plan.quiet = true;
+      else if (name == "--tolerate-errors") plan.tolerate_errors = true;
       else if (name == "--frames") plan.scene_frames = static_cast<int>(plan.max_frames = parse_int(value, name, 1, 1000000000));
       continue;
     }

@@ -30,6 +30,7 @@ struct RunPlan {
   int64_t max_frames = -1;    // stop each stream after this many frames (-1: all)
   int scene_frames = 500;     // length of the built-in scene
   bool quiet = false;
+  bool tolerate_errors = false;  // an input that ends early or with decoding errors does not fail the run
 };
 
 // Parses argv (argv[0] is the program). Throws a usage error with one clear message.

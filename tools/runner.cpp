@@ -43,6 +43,7 @@ struct StreamTask {
   double seconds = 0.0;
   std::vector<SummaryRow> summary;
   std::vector<TruthRow> truth_rows;
+  std::string problem;  // decoding errors or an early end, "" when the input was read cleanly
   std::unique_ptr<ToolError> error;
 };
 
@@ -173,6 +174,7 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
     }
   sink.write(events);
   t.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  t.problem = t.source->problem();
   if (annotate) annotate->close();
   if (masks) masks->close();
   if (!t.snapshot.empty() && t.frames > 0) {
@@ -190,6 +192,17 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
 }
 
 }  // namespace
+
+// An output file's folder must exist and be writable before anything runs, rather than fail after the whole input.
+static void check_output(const std::string &path, const std::string &what) {
+  if (path.empty() || path == "-") return;
+  const size_t slash = path.find_last_of('/');
+  const std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  struct stat st;
+  if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    usage_error(what + ": folder '" + dir + "' does not exist");
+  if (access(dir.c_str(), W_OK) != 0) usage_error(what + ": folder '" + dir + "' is not writable");
+}
 
 std::string stream_path(const std::string &path, int index, int streams) {
   if (streams <= 1 || path.empty()) return path;
@@ -234,17 +247,24 @@ int run_plan(RunPlan plan) {
       if (t.truth) fill_from_scene(s, *t.truth);
       validate_settings(s, info.width, info.height);
       for (const SettingSpec &o : s.spec()->settings)
-        if (o.type == SettingType::kOutput && s.has(o.field)) s.set_text(o.field, stream_path(s.text(o.field), i, n));
+        if (o.type == SettingType::kOutput && s.has(o.field)) {
+          s.set_text(o.field, stream_path(s.text(o.field), i, n));
+          check_output(s.text(o.field), s.name + ": " + o.option());
+        }
     }
     t.annotate = stream_path(plan.annotate_path, i, n);
     t.snapshot = stream_path(plan.snapshot_path, i, n);
     t.masks = stream_path(plan.masks_path, i, n);
+    check_output(t.annotate, "--annotate");
+    check_output(t.snapshot, "--snapshot");
+    check_output(t.masks, "--masks");
   }
   if (demo) {
     const SceneTruth *truth = tasks[0].truth;
     write_text_file(plan.out_dir + "/truth.json", truth->to_json() + "\n");
   }
 
+  check_output(plan.events_path, "--events");
   EventSink sink(plan.events_path);
   int64_t total = 0;
   for (const StreamTask &t : tasks) {
@@ -280,12 +300,23 @@ int run_plan(RunPlan plan) {
   for (std::thread &th : pool) th.join();
   const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   progress.finish();
+  // Decided before the sink is closed (closing forgets where it wrote): with events on standard output, the tables
+  // go to standard error so that standard output stays pure JSON lines.
+  FILE *out = sink.to_stdout() ? stderr : stdout;
   sink.close();
   for (const StreamTask &t : tasks)
     if (t.error) throw *t.error;
+  // An input that ended early or with decoding errors is reported on standard error whatever else is shown, and
+  // fails the run unless the user accepts damaged inputs.
+  int status = kExitOk;
+  for (const StreamTask &t : tasks)
+    if (!t.problem.empty()) {
+      std::fprintf(stderr, "vorn: input '%s': %s%s\n", t.source->name().c_str(), t.problem.c_str(),
+                   plan.tolerate_errors ? " (tolerated)" : "");
+      if (!plan.tolerate_errors) status = kExitRuntime;
+    }
 
-  if (plan.quiet) return kExitOk;
-  FILE *out = sink.to_stdout() ? stderr : stdout;
+  if (plan.quiet) return status;
   std::vector<std::vector<std::string>> rows;
   int64_t frames = 0;
   for (const StreamTask &t : tasks) {
@@ -300,6 +331,8 @@ int run_plan(RunPlan plan) {
   rows.clear();
   for (const StreamTask &t : tasks)
     for (const SummaryRow &r : t.summary) rows.push_back({std::to_string(t.index), r.analytic, r.item, r.value});
+  for (const StreamTask &t : tasks)
+    if (!t.problem.empty()) text += "stream " + std::to_string(t.index) + " was damaged: " + t.problem + "\n";
   if (!rows.empty()) text += "\n" + format_table({"stream", "analytic", "total", "value"}, rows);
   rows.clear();
   for (const StreamTask &t : tasks)
@@ -324,7 +357,7 @@ int run_plan(RunPlan plan) {
   if (demo) text += "outputs in " + plan.out_dir + "/\n";
   std::fputs(text.c_str(), out);
   std::fflush(out);
-  return kExitOk;
+  return status;
 }
 
 // A frame-file pattern holds exactly one integer conversion such as %d or %04d, and nothing else with '%'.
@@ -397,14 +430,16 @@ int describe_inputs(const RunPlan &plan) {
     line["frames"] = n;
     line["last_time"] = std::round(last_time * 1000) / 1000;
     line["decode_fps"] = std::round((secs > 0 ? n / secs : 0.0) * 10) / 10;
+    if (!src->problem().empty()) line["problem"] = src->problem();
     std::fputs((json_line(line) + "\n").c_str(), stdout);
   }
   return kExitOk;
 }
 
 int tool_main(int argc, const char *const *argv) {
-  // FFmpeg's own chatter is not shown; failures reach the user as this program's messages.
-  av_log_set_level(AV_LOG_QUIET);
+  // FFmpeg's messages are not shown as they come: its errors count against the input being read, and reach the
+  // user in that input's report.
+  route_ffmpeg_messages();
   try {
     RunPlan plan = parse_command_line(argc, argv);
     if (plan.command == "help") {

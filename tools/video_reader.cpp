@@ -10,6 +10,7 @@ extern "C" {
 #include <sys/stat.h>
 
 #include <cmath>
+#include <cstdarg>
 
 #include "error.h"
 
@@ -25,7 +26,38 @@ std::string av_message(int err) {
 
 bool is_pattern(const std::string &path) { return path.find('%') != std::string::npos; }
 
+// What FFmpeg reports while one reader works on this thread: its errors are counted against that reader (each
+// stream is read on its own thread, with one decoding thread).
+thread_local VideoReader::Problems *tl_problems = nullptr;
+
+struct ProblemScope {
+  explicit ProblemScope(VideoReader::Problems *p) : saved(tl_problems) { tl_problems = p; }
+  ~ProblemScope() { tl_problems = saved; }
+  VideoReader::Problems *saved;
+};
+
+void log_to_reader(void *avcl, int level, const char *fmt, va_list args) {
+  if (level > AV_LOG_ERROR || !tl_problems) return;
+  char line[512];
+  int prefix = 1;
+  av_log_format_line2(avcl, level, fmt, args, line, sizeof line, &prefix);
+  std::string text = line;
+  while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+  // "[mpeg4 @ 0x55...] " names the part that complained by its address: keep the part's name only.
+  const size_t at = text.find(" @ 0x");
+  const size_t close = text.find("] ");
+  if (!text.empty() && text[0] == '[' && at != std::string::npos && close != std::string::npos && at < close)
+    text = text.substr(1, at - 1) + ": " + text.substr(close + 2);
+  ++tl_problems->errors;
+  tl_problems->last = text;
+}
+
 }  // namespace
+
+void route_ffmpeg_messages() {
+  av_log_set_level(AV_LOG_ERROR);
+  av_log_set_callback(log_to_reader);
+}
 
 struct VideoReader::Impl {
   AVFormatContext *fmt = nullptr;
@@ -39,6 +71,8 @@ struct VideoReader::Impl {
   int64_t decoded = 0;
   bool draining = false;
   bool finished = false;
+  bool exact_count = false;  // the container states its frame count (rather than a duration)
+  Problems problems;
 
   ~Impl() {
     sws_freeContext(sws);
@@ -56,6 +90,7 @@ VideoReader::VideoReader(const std::string &path) : impl_(new Impl), path_(path)
     runtime_error("input '" + path + "' is a directory; give a file or a pattern such as dir/%04d.png");
 
   Impl &m = *impl_;
+  ProblemScope scope(&m.problems);
   const AVInputFormat *forced = is_pattern(path) ? av_find_input_format("image2") : nullptr;
   int err = avformat_open_input(&m.fmt, path.c_str(), forced, nullptr);
   if (err < 0) runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
@@ -87,6 +122,7 @@ VideoReader::VideoReader(const std::string &path) : impl_(new Impl), path_(path)
   info_.fps = (rate.num > 0 && rate.den > 0) ? av_q2d(rate) : 25.0;
   if (st_v->nb_frames > 0) {
     info_.frame_count = st_v->nb_frames;
+    m.exact_count = true;
   } else if (st_v->duration > 0 && st_v->duration != AV_NOPTS_VALUE) {
     info_.frame_count = static_cast<int64_t>(std::llround(st_v->duration * av_q2d(st_v->time_base) * info_.fps));
   } else if (m.fmt->duration > 0) {
@@ -96,9 +132,25 @@ VideoReader::VideoReader(const std::string &path) : impl_(new Impl), path_(path)
 
 VideoReader::~VideoReader() = default;
 
+std::string VideoReader::problem() const {
+  const Impl &m = *impl_;
+  std::string out;
+  // Fewer frames than the container announced: cut short (a duration only estimates the count: one frame slack).
+  const int64_t announced = info_.frame_count;
+  if (m.finished && announced > 0 && m.decoded < announced - (m.exact_count ? 0 : 1))
+    out = "ended after " + std::to_string(m.decoded) + " of " + std::to_string(announced) + " frames";
+  if (m.problems.errors > 0) {
+    if (!out.empty()) out += ", ";
+    out += std::to_string(m.problems.errors) + (m.problems.errors == 1 ? " decoding error" : " decoding errors") +
+           " (last: " + m.problems.last + ")";
+  }
+  return out;
+}
+
 bool VideoReader::next(Frame &frame) {
   Impl &m = *impl_;
   if (m.finished) return false;
+  ProblemScope scope(&m.problems);
   for (;;) {
     int err = avcodec_receive_frame(m.dec, m.frm);
     if (err == 0) break;
@@ -114,6 +166,10 @@ bool VideoReader::next(Frame &frame) {
     // Feed the decoder the next packet of our stream, or start draining at the end of the file.
     for (;;) {
       err = av_read_frame(m.fmt, m.pkt);
+      if (err < 0 && err != AVERROR_EOF) {
+        ++m.problems.errors;
+        m.problems.last = "reading stopped: " + av_message(err);
+      }
       if (err < 0) {
         avcodec_send_packet(m.dec, nullptr);
         m.draining = true;
@@ -125,7 +181,11 @@ bool VideoReader::next(Frame &frame) {
       }
       err = avcodec_send_packet(m.dec, m.pkt);
       av_packet_unref(m.pkt);
-      // A damaged packet is skipped; the decoder resynchronises on the next one.
+      // A damaged packet is skipped (and counted); the decoder resynchronises on the next one.
+      if (err == AVERROR_INVALIDDATA && m.problems.errors == 0) {
+        ++m.problems.errors;
+        m.problems.last = "damaged packet";
+      }
       if (err < 0 && err != AVERROR(EAGAIN) && err != AVERROR_INVALIDDATA)
         runtime_error("input '" + path_ + "': decoding failed: " + av_message(err));
       break;

@@ -10,6 +10,10 @@
 
 namespace vt {
 
+// Sends FFmpeg's error messages to the reader working on the calling thread (counted, the last one kept, shown
+// with the reader's problem()) instead of standard error. Called once at start-up.
+void route_ffmpeg_messages();
+
 class VideoReader : public FrameSource {
  public:
   // Opens the input and its best video stream; throws a runtime error that says what is wrong (missing file,
@@ -22,6 +26,13 @@ class VideoReader : public FrameSource {
   const StreamInfo &info() const override { return info_; }
   bool next(Frame &frame) override;
   std::string name() const override { return path_; }
+  std::string problem() const override;
+
+  // Errors FFmpeg reported while reading this input.
+  struct Problems {
+    int64_t errors = 0;
+    std::string last;
+  };
 
  private:
   struct Impl;

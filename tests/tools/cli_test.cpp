@@ -1,6 +1,8 @@
 // Runs of the `vorn` program itself: exit statuses, messages, and the files it writes.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "analytic_registry.h"
 #include "json.h"
 #include "report.h"
@@ -49,6 +51,50 @@ TEST(Cli, BadInputsStopWithOneMessage) {
   std::fclose(c);
   expect_one_message(run_tool("run --config " + dir + "/c.json"), 2,
                      dir + "/c.json:2:30: left.region: a polygon needs at least 3 points, got 2");
+}
+
+TEST(Cli, OutputsInMissingFoldersAreRefusedBeforeAnyFrame) {
+  const std::string dir = tool_test::scratch_dir();
+  expect_one_message(run_tool("bgsub --frames 3 --snapshot " + dir + "/no/s.png"), 2,
+                     "--snapshot: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("guard --frames 3 --annotate " + dir + "/no/a.mp4"), 2,
+                     "--annotate: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("trajectories --frames 3 --save " + dir + "/no/t.vbct"), 2,
+                     "trajectories: --save: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("track --frames 3 --events " + dir + "/no/e.jsonl"), 2,
+                     "--events: folder '" + dir + "/no' does not exist");
+}
+
+TEST(Cli, AnInputCutShortFailsTheRunUnlessTolerated) {
+  const std::string dir = tool_test::scratch_dir();
+  ASSERT_EQ(run_tool("scene " + dir + "/s.avi --codec mpeg4 --frames 30 --quiet").status, 0);
+  const std::string whole = tool_test::read_text(dir + "/s.avi");
+  {
+    std::ofstream cut(dir + "/cut.avi", std::ios::binary);
+    cut << whole.substr(0, whole.size() / 2);
+  }
+  // Events on standard output: the summary and the damage go to standard error, standard output stays JSON lines.
+  tool_test::Run r = run_tool("track " + dir + "/cut.avi");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("vorn: input '" + dir + "/cut.avi': ended after "), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find(" of 30 frames"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("stream 0 was damaged: ended after"), std::string::npos) << r.err;
+  for (size_t pos = 0; pos < r.out.size();) {
+    size_t nl = r.out.find('\n', pos);
+    ASSERT_NE(nl, std::string::npos);
+    EXPECT_EQ(vt::parse_json(r.out.substr(pos, nl - pos), "stdout").type, vt::Json::kObject);
+    pos = nl + 1;
+  }
+  r = run_tool("track --quiet --tolerate-errors " + dir + "/cut.avi");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.err.find("(tolerated)"), std::string::npos) << r.err;
+  // The whole file reads cleanly, and info names the damage of the other.
+  EXPECT_EQ(run_tool("track --quiet " + dir + "/s.avi").status, 0);
+  r = run_tool("info " + dir + "/cut.avi " + dir + "/s.avi");
+  ASSERT_EQ(r.status, 0);
+  const size_t nl = r.out.find('\n');
+  EXPECT_NE(vt::parse_json(r.out.substr(0, nl), "info").find("problem"), nullptr);
+  EXPECT_EQ(vt::parse_json(r.out.substr(nl + 1), "info").find("problem"), nullptr);
 }
 
 TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {
