@@ -1,10 +1,12 @@
 #include "options.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 #include "analytic_registry.h"
 #include "error.h"
+#include "mqtt_publisher.h"
 
 namespace vt {
 
@@ -65,6 +67,12 @@ std::string setting_help(const SettingSpec &s) {
   return item(option_with_value(s.option(), s.value), text);
 }
 
+std::string fmt_number(double v) {
+  char b[32];
+  std::snprintf(b, sizeof b, "%g", v);
+  return b;
+}
+
 int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   char *end = nullptr;
   errno = 0;
@@ -72,6 +80,16 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
     usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
   return static_cast<int>(n);
+}
+
+// A positive decimal number in [lo, hi] (seconds, frame rates).
+double parse_seconds(const std::string &v, const std::string &opt, double lo, double hi) {
+  char *end = nullptr;
+  errno = 0;
+  double d = std::strtod(v.c_str(), &end);
+  if (v.empty() || *end != '\0' || errno == ERANGE || !(d >= lo && d <= hi))
+    usage_error(opt + ": '" + v + "' is not a number in " + fmt_number(lo) + ".." + fmt_number(hi));
+  return d;
 }
 
 bool known_command(const std::string &c) {
@@ -107,6 +125,20 @@ const std::vector<GeneralOption> &general_options() {
       {"--codec", "NAME", "video encoder for written videos (default libx264 when present, else mpeg4)",
        any_command},
       {"--quiet", "", "no progress bar and no summary table", any_command},
+      {"--mqtt", "mqtt://HOST[:PORT]/TOPIC",
+       "also publish every event to an MQTT broker (QoS 1) under TOPIC/STREAM/ANALYTIC", analysing},
+      {"--mqtt-queue", "N", "events kept while the broker is away; the oldest are dropped beyond (default 10000)",
+       analysing},
+      {"--mqtt-linger", "S", "at the end, how long to wait for the broker to take the queued events (default 10)",
+       analysing},
+      {"--event-snapshots", "DIR", "a PNG of the frame with the overlay for every event, its path in the event",
+       analysing},
+      {"--fps", "RATE", "frame rate of an image-sequence input (default 25)", any_command},
+      {"--stall-timeout", "S", "a live input silent this long counts as lost (default 10)", any_command},
+      {"--reconnect", "always|never|N", "reopen a lost network stream or camera: always (default), never, N attempts",
+       analysing},
+      {"--reconnect-delay", "S", "wait before the first reopening, doubled after each failure (default 1)", analysing},
+      {"--reconnect-max", "S", "longest wait between reopenings (default 30)", analysing},
       {"--tolerate-errors", "", "an input that ends early or with decoding errors is reported but does not fail the run",
        analysing},
       {"--help", "", "this command's usage", any_command},
@@ -259,6 +291,16 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       else if (name == "--jobs") plan.jobs = parse_int(value, name, 1, 64);
       else if (name == "--quiet") plan.quiet = true;
       else if (name == "--tolerate-errors") plan.tolerate_errors = true;
+      else if (name == "--mqtt") plan.mqtt_url = value, parse_mqtt_url(value, name);
+      else if (name == "--mqtt-queue") plan.mqtt_queue = parse_int(value, name, 1, 10000000);
+      else if (name == "--event-snapshots") plan.snapshots_dir = value;
+      else if (name == "--mqtt-linger") plan.mqtt_linger = parse_seconds(value, name, 0, 3600);
+      else if (name == "--fps") plan.fps = parse_seconds(value, name, 0.001, 1000);
+      else if (name == "--stall-timeout") plan.stall_seconds = parse_seconds(value, name, 0.1, 3600);
+      else if (name == "--reconnect-delay") plan.reconnect_delay = parse_seconds(value, name, 0.01, 3600);
+      else if (name == "--reconnect-max") plan.reconnect_max = parse_seconds(value, name, 0.01, 86400);
+      else if (name == "--reconnect")
+        plan.reconnect_attempts = value == "always" ? -1 : value == "never" ? 0 : parse_int(value, name, 1, 1000000);
       else if (name == "--frames") plan.scene_frames = static_cast<int>(plan.max_frames = parse_int(value, name, 1, 1000000000));
       continue;
     }

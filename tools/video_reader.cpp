@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavdevice/avdevice.h>
 #include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
 #include <libswscale/swscale.h>
@@ -9,8 +10,11 @@ extern "C" {
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdarg>
+#include <cstring>
+#include <mutex>
 
 #include "error.h"
 
@@ -25,6 +29,15 @@ std::string av_message(int err) {
 }
 
 bool is_pattern(const std::string &path) { return path.find('%') != std::string::npos; }
+
+bool starts_with(const std::string &s, const char *prefix) { return s.compare(0, std::strlen(prefix), prefix) == 0; }
+
+// Gives up a blocking read once its deadline has passed or the run is stopped.
+int interrupt_reading(void *opaque) {
+  const auto *m = static_cast<const VideoReader::Deadline *>(opaque);
+  if (m->stop && m->stop->load(std::memory_order_relaxed)) return 1;
+  return m->armed && std::chrono::steady_clock::now() > m->until ? 1 : 0;
+}
 
 // What FFmpeg reports while one reader works on this thread: its errors are counted against that reader (each
 // stream is read on its own thread, with one decoding thread).
@@ -54,6 +67,14 @@ void log_to_reader(void *avcl, int level, const char *fmt, va_list args) {
 
 }  // namespace
 
+InputKind input_kind(const std::string &input) {
+  if (input == "-" || starts_with(input, "pipe:")) return InputKind::kPipe;
+  if (starts_with(input, "/dev/video") || starts_with(input, "v4l2:")) return InputKind::kDevice;
+  const size_t scheme = input.find("://");
+  if (scheme != std::string::npos && scheme > 0 && !starts_with(input, "file://")) return InputKind::kNetwork;
+  return is_pattern(input) ? InputKind::kSequence : InputKind::kFile;
+}
+
 void route_ffmpeg_messages() {
   av_log_set_level(AV_LOG_ERROR);
   av_log_set_callback(log_to_reader);
@@ -72,7 +93,17 @@ struct VideoReader::Impl {
   bool draining = false;
   bool finished = false;
   bool exact_count = false;  // the container states its frame count (rather than a duration)
+  bool live = false;
+  double stall_seconds = 10.0;
   Problems problems;
+  Deadline deadline;
+
+  // Live inputs: the next blocking read must finish within the stall time.
+  void arm() {
+    deadline.armed = live;
+    deadline.until = std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                                           std::chrono::duration<double>(stall_seconds));
+  }
 
   ~Impl() {
     sws_freeContext(sws);
@@ -83,17 +114,47 @@ struct VideoReader::Impl {
   }
 };
 
-VideoReader::VideoReader(const std::string &path) : impl_(new Impl), path_(path) {
+VideoReader::VideoReader(const std::string &path, const ReaderOptions &options) : impl_(new Impl), path_(path) {
+  static std::once_flag devices;
+  std::call_once(devices, [] { avdevice_register_all(); });
+  const InputKind kind = input_kind(path);
   struct stat st;
-  if (!is_pattern(path) && stat(path.c_str(), &st) != 0) runtime_error("input '" + path + "' does not exist");
-  if (!is_pattern(path) && S_ISDIR(st.st_mode))
+  if (kind == InputKind::kFile && stat(path.c_str(), &st) != 0) runtime_error("input '" + path + "' does not exist");
+  if (kind == InputKind::kFile && S_ISDIR(st.st_mode))
     runtime_error("input '" + path + "' is a directory; give a file or a pattern such as dir/%04d.png");
 
   Impl &m = *impl_;
   ProblemScope scope(&m.problems);
-  const AVInputFormat *forced = is_pattern(path) ? av_find_input_format("image2") : nullptr;
-  int err = avformat_open_input(&m.fmt, path.c_str(), forced, nullptr);
-  if (err < 0) runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
+  m.live = is_live(kind);
+  m.stall_seconds = options.stall_seconds;
+  m.deadline.stop = options.stop;
+  std::string url = path;
+  const AVInputFormat *forced = nullptr;
+  AVDictionary *opts = nullptr;
+  if (kind == InputKind::kSequence) {
+    forced = av_find_input_format("image2");
+    if (options.fps > 0) av_dict_set(&opts, "framerate", std::to_string(options.fps).c_str(), 0);
+  } else if (kind == InputKind::kPipe) {
+    url = "pipe:0";
+  } else if (kind == InputKind::kDevice) {
+    forced = av_find_input_format("v4l2");
+    if (!forced) runtime_error("input '" + path + "': this FFmpeg has no V4L2 capture");
+    if (starts_with(url, "v4l2:")) url = url.substr(5);
+  } else if (kind == InputKind::kNetwork && starts_with(url, "rtsp")) {
+    av_dict_set(&opts, "rtsp_transport", "tcp", 0);  // no lost packets on a loaded machine
+  }
+  m.fmt = avformat_alloc_context();
+  if (!m.fmt) runtime_error("out of memory opening '" + path + "'");
+  m.fmt->interrupt_callback.callback = interrupt_reading;
+  m.fmt->interrupt_callback.opaque = &m.deadline;
+  m.arm();
+  int err = avformat_open_input(&m.fmt, url.c_str(), forced, &opts);
+  av_dict_free(&opts);
+  if (err < 0) {
+    if (m.live) runtime_error("input '" + path + "' cannot be opened: " + av_message(err));
+    runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
+  }
+  m.arm();
   err = avformat_find_stream_info(m.fmt, nullptr);
   if (err < 0) runtime_error("input '" + path + "' is not a readable video: " + av_message(err));
 
@@ -165,10 +226,16 @@ bool VideoReader::next(Frame &frame) {
     }
     // Feed the decoder the next packet of our stream, or start draining at the end of the file.
     for (;;) {
+      m.arm();
       err = av_read_frame(m.fmt, m.pkt);
+      if (err == AVERROR_EXIT && m.deadline.stop && m.deadline.stop->load()) {
+        m.finished = true;  // the run was stopped: no error of the input
+        return false;
+      }
       if (err < 0 && err != AVERROR_EOF) {
         ++m.problems.errors;
-        m.problems.last = "reading stopped: " + av_message(err);
+        m.problems.last = err == AVERROR_EXIT ? "stalled: no data for " + std::to_string(int(m.stall_seconds)) + " s"
+                                              : "reading stopped: " + av_message(err);
       }
       if (err < 0) {
         avcodec_send_packet(m.dec, nullptr);
@@ -216,6 +283,7 @@ bool VideoReader::next(Frame &frame) {
   } else {
     frame.time = double(m.decoded) / info_.fps;
   }
+  if (m.live) frame.wall = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
   ++m.decoded;
   av_frame_unref(m.frm);
   return true;
