@@ -527,19 +527,26 @@ int describe_inputs(const RunPlan &plan) {
   }
   for (const std::string &input : plan.inputs) {
     std::unique_ptr<FrameSource> src;
+    ReaderOptions options;
+    options.fps = plan.fps;
+    options.stall_seconds = plan.stall_seconds;
+    const bool live = input != kSceneInput && is_live(input_kind(input));
     if (input == kSceneInput) src = std::make_unique<StreetScene>(plan.scene_frames);
-    else src = std::make_unique<VideoReader>(input);
+    else src = std::make_unique<VideoReader>(input, options);
+    // A live stream has no end: it is probed over --frames frames (default 50).
+    const int64_t limit = plan.max_frames >= 0 ? plan.max_frames : live ? 50 : -1;
     Frame f;
     int64_t n = 0;
     double last_time = 0.0;
     auto start = std::chrono::steady_clock::now();
-    while ((plan.max_frames < 0 || n < plan.max_frames) && src->next(f)) {
+    while ((limit < 0 || n < limit) && src->next(f)) {
       ++n;
       last_time = f.time;
     }
     double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     JsonOut line;
     line["input"] = input;
+    line["live"] = live;
     line["width"] = src->info().width;
     line["height"] = src->info().height;
     line["fps"] = std::round(src->info().fps * 1000) / 1000;

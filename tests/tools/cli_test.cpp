@@ -122,8 +122,10 @@ TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {
 
 TEST(Cli, DemoWritesItsOutputs) {
   const std::string dir = tool_test::scratch_dir() + "/out";
-  tool_test::Run r = run_tool("demo --frames 40 --out " + dir);
+  tool_test::Run r = run_tool("demo --frames 40 --out " + dir + " --event-snapshots " + dir.substr(0, dir.rfind('/')));
   ASSERT_EQ(r.status, 0) << r.err;
+  // Every event is valid against the shipped schema, and has its picture.
+  EXPECT_EQ(tool_test::schema_failures(dir + "/events.jsonl"), "");
   EXPECT_NE(r.out.find("the scene holds:"), std::string::npos);
   EXPECT_TRUE(tool_test::file_exists(dir + "/annotated.mp4"));
   EXPECT_TRUE(tool_test::file_exists(dir + "/snapshot.png"));
@@ -142,7 +144,13 @@ TEST(Cli, DemoWritesItsOutputs) {
   while (pos < events.size()) {
     size_t nl = events.find('\n', pos);
     ASSERT_NE(nl, std::string::npos);
-    EXPECT_EQ(vt::parse_json(events.substr(pos, nl - pos), "event").type, vt::Json::kObject);
+    const vt::Json e = vt::parse_json(events.substr(pos, nl - pos), "event");
+    ASSERT_NE(e.find("snapshot"), nullptr);
+    const std::string shot = e.find("snapshot")->text;
+    EXPECT_NE(shot.find("@scene-" + std::to_string(int(e.find("frame")->number)) + "-" + e.find("kind")->text), std::string::npos);
+    vt::VideoReader picture(shot);
+    ASSERT_TRUE(picture.next(f));
+    EXPECT_EQ(f.width, 768);
     pos = nl + 1;
   }
 }
@@ -155,6 +163,29 @@ TEST(Cli, SeveralStreamsGetTheirOwnOutputs) {
   tool_test::Run r = run_tool("demo --jobs 2 --frames 12 --out " + dir);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("with 1 job"), std::string::npos);  // one stream: one thread whatever --jobs says
+}
+
+TEST(Events, TheSchemaRefusesWhatIsNoEvent) {
+  const std::string dir = tool_test::scratch_dir();
+  vt::Event e;
+  e.stream_name = "cam";
+  e.analytic = "guard";
+  e.kind = "cross";
+  e.boxes = {vt::Box{1, 2, 3, 4}};
+  e.wall_time = "2026-11-25T01:20:03.042+01:00";
+  std::ofstream(dir + "/good.jsonl") << vt::event_json(e) << "\n";
+  EXPECT_EQ(tool_test::schema_failures(dir + "/good.jsonl"), "");
+  const std::string good = vt::event_json(e);
+  const std::pair<std::string, std::string> bad[] = {
+      {"[1,2,3,4]", "[1,2,3]"}, {"\"cam\"", "\"\""}, {"+01:00", "Z"}, {"\"cross\"", "\"Cross\""},
+      {"\"counts\":{}", "\"counts\":{\"n\":1.5}"}};
+  for (const auto &b : bad) {
+    std::string text = good;
+    ASSERT_NE(text.find(b.first), std::string::npos) << b.first;
+    text.replace(text.find(b.first), b.first.size(), b.second);
+    std::ofstream(dir + "/bad.jsonl") << text << "\n";
+    EXPECT_NE(tool_test::schema_failures(dir + "/bad.jsonl"), "") << text;
+  }
 }
 
 TEST(Events, OneJsonObjectWithEveryField) {

@@ -18,6 +18,7 @@ namespace {
 using tool_test::Process;
 
 std::vector<vt::Json> events_in(const std::string &path) {
+  EXPECT_EQ(tool_test::schema_failures(path), "");
   std::vector<vt::Json> out;
   const std::string text = tool_test::read_text(path);
   for (size_t pos = 0; pos < text.size();) {

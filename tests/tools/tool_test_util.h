@@ -57,6 +57,21 @@ inline Run run_tool(const std::string &args) {
   return r;
 }
 
+// Checks a file of events against the shipped JSON Schema (docs/events.schema.json); returns "" when every line
+// is valid, else what the checker said.
+inline std::string schema_failures(const std::string &events_path) {
+  const std::string src = VORN_SOURCE_DIR;
+  const std::string cmd = "python3 " + src + "/tests/tools/check_events.py " + src + "/docs/events.schema.json " +
+                          events_path + " 2>&1";
+  std::string out;
+  if (FILE *p = popen(cmd.c_str(), "r")) {
+    char buf[512];
+    while (std::fgets(buf, sizeof buf, p)) out += buf;
+    if (pclose(p) == 0) return "";
+  }
+  return out.empty() ? "the checker did not run" : out;
+}
+
 // A loopback TCP port nobody listens on now.
 inline int free_port() {
   int fd = socket(AF_INET, SOCK_STREAM, 0);
