@@ -40,7 +40,7 @@ MqttAddress parse_mqtt_url(const std::string &url, const std::string &what) {
   }
   if (close != std::string::npos) host = host.substr(1, close - 1);
   if (host.empty()) usage_error(what + ": '" + url + "' names no host");
-  if (!port.empty() || colon != std::string::npos) {
+  if (colon != std::string::npos) {
     char *end = nullptr;
     long p = std::strtol(port.c_str(), &end, 10);
     if (port.empty() || *end || p < 1 || p > 65535) usage_error(what + ": '" + port + "' is not a port number");

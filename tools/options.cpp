@@ -96,8 +96,7 @@ bool known_command(const std::string &c) {
   return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
 }
 
-// The analytic setting an option names for any kind ("" when none does), for telling an unknown option from one
-// that belongs to another command.
+// Whether some analytic takes `option`, for telling an unknown option from one that belongs to another command.
 bool some_analytic_takes(const std::string &option) {
   for (const AnalyticSpec *a : analytic_registry()) {
     if (a->background_model && (option == "--bk-type" || option == "--model" || option == "--param")) return true;
@@ -291,7 +290,10 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       else if (name == "--jobs") plan.jobs = parse_int(value, name, 1, 64);
       else if (name == "--quiet") plan.quiet = true;
       else if (name == "--tolerate-errors") plan.tolerate_errors = true;
-      else if (name == "--mqtt") plan.mqtt_url = value, parse_mqtt_url(value, name);
+      else if (name == "--mqtt") {
+        parse_mqtt_url(value, name);  // refused now rather than when the run starts
+        plan.mqtt_url = value;
+      }
       else if (name == "--mqtt-queue") plan.mqtt_queue = parse_int(value, name, 1, 10000000);
       else if (name == "--event-snapshots") plan.snapshots_dir = value;
       else if (name == "--mqtt-linger") plan.mqtt_linger = parse_seconds(value, name, 0, 3600);
