@@ -54,17 +54,7 @@ std::string man_page() {
        "\n";
   for (const AnalyticSpec *a : analytic_registry()) {
     t += ".SS " + roff(a->kind) + "\n" + roff(a->summary) + "\n";
-    for (const SettingSpec &s : a->settings) {
-      std::string help = s.help;
-      if (s.type == SettingType::kInteger)
-        help += " (" + std::to_string(s.lo) + ".." + std::to_string(s.hi) +
-                (s.def ? ", default " + std::to_string(s.def) : std::string()) + ")";
-      t += tagged(s.option(), s.value, help);
-    }
-    if (a->background_model) {
-      t += tagged("--bk-type", "TYPE", "background-model type 0..9 (default 2, mixture of Gaussians); also --model");
-      t += tagged("--param", "ID=VALUE", "background-model parameter; may repeat");
-    }
+    for (const AnalyticOption &o : analytic_options(*a)) t += tagged(o.name, o.value, o.help);
   }
   t += ".SH OPTIONS\n";
   for (const GeneralOption &o : general_options()) t += tagged(o.name, o.value, o.help);
@@ -97,9 +87,7 @@ std::string bash_completion() {
       else if (s.type != SettingType::kText && s.type != SettingType::kOutput && s.type != SettingType::kFlag)
         values.push_back(s.option());
     }
-  values.push_back("--bk-type");
-  values.push_back("--model");
-  values.push_back("--param");
+  for (const char *o : {"--bk-type", "--model", "--param"}) values.push_back(o);
   auto alternatives = [](const std::vector<std::string> &list) {
     std::string out;
     for (const std::string &w : list)
@@ -115,14 +103,8 @@ std::string bash_completion() {
     std::vector<std::string> opts;
     for (const GeneralOption &o : general_options())
       if (o.applies(c.name)) opts.push_back(o.name);
-    if (const AnalyticSpec *a = find_analytic(c.name)) {
-      for (const SettingSpec &s : a->settings) opts.push_back(s.option());
-      if (a->background_model) {
-        opts.push_back("--bk-type");
-        opts.push_back("--model");
-        opts.push_back("--param");
-      }
-    }
+    if (const AnalyticSpec *a = find_analytic(c.name))
+      for (const AnalyticOption &o : analytic_options(*a)) opts.push_back(o.name);
     t += "    " + c.name + ") opts=\"" + words(opts) + "\" ;;\n";
   }
   t += "  esac\n"

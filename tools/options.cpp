@@ -59,14 +59,6 @@ std::string option_with_value(const std::string &name, const std::string &value)
   return value.empty() ? name : name + " " + value;
 }
 
-// One setting's line in a command's help, with its default.
-std::string setting_help(const SettingSpec &s) {
-  std::string text = s.help;
-  if (s.type == SettingType::kInteger && s.def != 0) text += " (default " + std::to_string(s.def) + ")";
-  if (s.type == SettingType::kInteger) text += "; " + std::to_string(s.lo) + ".." + std::to_string(s.hi);
-  return item(option_with_value(s.option(), s.value), text);
-}
-
 std::string fmt_number(double v) {
   char b[32];
   std::snprintf(b, sizeof b, "%g", v);
@@ -98,15 +90,32 @@ bool known_command(const std::string &c) {
 
 // Whether some analytic takes `option`, for telling an unknown option from one that belongs to another command.
 bool some_analytic_takes(const std::string &option) {
-  for (const AnalyticSpec *a : analytic_registry()) {
-    if (a->background_model && (option == "--bk-type" || option == "--model" || option == "--param")) return true;
-    for (const SettingSpec &s : a->settings)
-      if (s.option() == option) return true;
-  }
+  for (const AnalyticSpec *a : analytic_registry())
+    for (const AnalyticOption &o : analytic_options(*a))
+      if (o.name == option) return true;
   return false;
 }
 
 }  // namespace
+
+std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
+  std::vector<AnalyticOption> out;
+  for (const SettingSpec &s : a.settings) {
+    std::string help = s.help;
+    if (s.type == SettingType::kInteger)
+      help += " (" + std::to_string(s.lo) + ".." + std::to_string(s.hi) +
+              (s.def ? ", default " + std::to_string(s.def) : std::string()) + ")";
+    out.push_back({s.option(), s.value, help});
+  }
+  if (a.background_model) {
+    out.push_back({"--bk-type", "TYPE", "background-model type (0..9, default 2: mixture of Gaussians)"});
+    out.push_back({"--model", "TYPE", "the same as --bk-type"});
+    out.push_back({"--param", "ID=VALUE",
+                   "background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate, window, "
+                   "learn_frames); may repeat"});
+  }
+  return out;
+}
 
 const std::vector<GeneralOption> &general_options() {
   static const std::vector<GeneralOption> options = {
@@ -167,8 +176,8 @@ std::string usage_text() {
   t += "\nanalytic settings (vorn COMMAND --help tells more):\n";
   for (const AnalyticSpec *a : analytic_registry()) {
     std::string line;
-    for (const SettingSpec &s : a->settings) line += (line.empty() ? "" : " ") + option_with_value(s.option(), s.value);
-    if (a->background_model) line += std::string(line.empty() ? "" : " ") + "--bk-type TYPE --param ID=VALUE";
+    for (const AnalyticOption &o : analytic_options(*a))
+      if (o.name != "--model") line += (line.empty() ? "" : " ") + option_with_value(o.name, o.value);
     if (line.empty()) line = "(none)";
     t += item(a->kind, line, 16);
   }
@@ -192,14 +201,9 @@ std::string command_usage(const std::string &command) {
   t += summary + "\n";
   if (const AnalyticSpec *a = find_analytic(command)) {
     t += "\nsettings (the built-in scene's layout fills the geometry left out):\n";
-    for (const SettingSpec &s : a->settings) t += setting_help(s);
-    if (a->background_model) {
-      t += item("--bk-type TYPE", "background-model type (default 2, mixture of Gaussians; 0..9); --model too");
-      t += item("--param ID=VALUE",
-                "background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate, window, "
-                "learn_frames); may repeat");
-    }
-    if (a->settings.empty() && !a->background_model) t += "  (none)\n";
+    const std::vector<AnalyticOption> options = analytic_options(*a);
+    for (const AnalyticOption &o : options) t += item(option_with_value(o.name, o.value), o.help);
+    if (options.empty()) t += "  (none)\n";
   }
   t += "\noptions:\n";
   for (const GeneralOption &o : general_options())

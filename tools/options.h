@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "analytic_settings.h"
+#include "analytic_registry.h"
 
 namespace vt {
 
@@ -57,6 +57,13 @@ struct GeneralOption {
   bool (*applies)(const std::string &command);
 };
 const std::vector<GeneralOption> &general_options();
+
+// One option of an analytic command: its own settings, then --bk-type, --model and --param when it runs a
+// background model. The help, the manual page and the completion list them from here.
+struct AnalyticOption {
+  std::string name, value, help;
+};
+std::vector<AnalyticOption> analytic_options(const AnalyticSpec &analytic);
 
 // One command: its name, what follows it and what it does.
 struct CommandInfo {

@@ -24,5 +24,7 @@ complete_words() {
 [ "$(complete_words vorn gu)" = "guard" ] || fail "command completion: '$(complete_words vorn gu)'"
 [ "$(complete_words vorn guard --li)" = "--line" ] || fail "option completion: '$(complete_words vorn guard --li)'"
 [ -z "$(complete_words vorn track --li)" ] || fail "track was offered guard's --line"
-[ "$(complete_words vorn bgsub --m)" = "--masks --model" ] || fail "bgsub options: '$(complete_words vorn bgsub --m)'"
+[ "$(complete_words vorn bgsub --ma)" = "--masks" ] || fail "bgsub options: '$(complete_words vorn bgsub --ma)'"
+[ -z "$(complete_words vorn track --ma)" ] || fail "track was offered --masks"
+[ "$(complete_words vorn track --mo)" = "--model" ] || fail "track options: '$(complete_words vorn track --mo)'"
 echo "install test: ok"
