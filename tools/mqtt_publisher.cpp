@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -67,19 +68,53 @@ MqttPublisher::MqttPublisher(const std::string &url, size_t queue_limit)
   mosquitto_connect_callback_set(mosq_, on_connect);
   mosquitto_disconnect_callback_set(mosq_, on_disconnect);
   mosquitto_publish_callback_set(mosq_, on_publish);
-  mosquitto_reconnect_delay_set(mosq_, 1, 30, true);
-  // The network thread connects, and reconnects whenever the broker goes away, also when it is not there yet.
-  mosquitto_connect_async(mosq_, address_.host.c_str(), address_.port, 30);
-  if (mosquitto_loop_start(mosq_) != MOSQ_ERR_SUCCESS) runtime_error("--mqtt: cannot start the MQTT client");
+  mosquitto_threaded_set(mosq_, true);  // publish() comes from the streams' threads
+  thread_ = std::thread([this] { network(); });
 }
 
 MqttPublisher::~MqttPublisher() {
-  if (mosq_) {
-    mosquitto_disconnect(mosq_);
-    mosquitto_loop_stop(mosq_, true);
-    mosquitto_destroy(mosq_);
-  }
+  closing_.store(true);
+  if (thread_.joinable()) thread_.join();
+  if (mosq_) mosquitto_destroy(mosq_);
   mosquitto_lib_cleanup();
+}
+
+void MqttPublisher::network() {
+  bool have_socket = false, first = true;
+  double delay = 1.0;
+  auto pause = [this](double seconds) {
+    for (double waited = 0; waited < seconds && !closing_.load(); waited += 0.05)
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  };
+  while (!closing_.load()) {
+    if (!have_socket) {
+      const int rc = first ? mosquitto_connect(mosq_, address_.host.c_str(), address_.port, 30) : mosquitto_reconnect(mosq_);
+      if (rc != MOSQ_ERR_SUCCESS) {
+        on_disconnect(mosq_, this, rc);  // warns once per outage
+        first = false;
+        pause(delay);
+        delay = std::min(delay * 2, 30.0);
+        continue;
+      }
+      first = false;
+      have_socket = true;
+    }
+    const int rc = mosquitto_loop(mosq_, 100, 1);
+    if (rc == MOSQ_ERR_SUCCESS) {
+      std::lock_guard<std::mutex> lock(mu_);
+      if (connected_) delay = 1.0;
+      continue;
+    }
+    have_socket = false;  // the disconnect callback ran, or the socket broke without one
+    on_disconnect(mosq_, this, rc == MOSQ_ERR_NO_CONN ? MOSQ_ERR_CONN_LOST : rc);
+    pause(delay);
+    delay = std::min(delay * 2, 30.0);
+  }
+  if (have_socket) {
+    mosquitto_disconnect(mosq_);
+    for (int i = 0; i < 10 && mosquitto_loop(mosq_, 50, 1) == MOSQ_ERR_SUCCESS; ++i) {
+    }
+  }
 }
 
 void MqttPublisher::on_connect(mosquitto *, void *self, int rc) {
@@ -97,7 +132,7 @@ void MqttPublisher::on_disconnect(mosquitto *, void *self, int rc) {
   std::lock_guard<std::mutex> lock(p->mu_);
   p->connected_ = false;
   if (rc != 0 && !p->warned_) {
-    std::fprintf(stderr, "vorn: mqtt: lost the broker %s:%d; events are queued until it is back\n",
+    std::fprintf(stderr, "vorn: mqtt: the broker %s:%d is away; events are queued until it is back\n",
                  p->address_.host.c_str(), p->address_.port);
     p->warned_ = true;
   }

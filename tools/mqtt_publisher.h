@@ -1,14 +1,16 @@
 // Events to an MQTT broker through libmosquitto: one JSON object per message, QoS 1, under TOPIC/STREAM/ANALYTIC.
 // The analysis never waits for the broker: messages are queued (bounded; the oldest are dropped and counted when
-// it is full) while the broker is away, and libmosquitto reconnects in the background with a backoff from 1 s
-// doubling to 30 s.
+// it is full) while the broker is away, and a network thread of its own connects, and reconnects whenever the
+// broker is away (also when it is not there at the start), 1 s after a failure, doubling to 30 s.
 #ifndef VORN_TOOLS_MQTT_PUBLISHER_H
 #define VORN_TOOLS_MQTT_PUBLISHER_H
 
 #include <cstdint>
+#include <atomic>
 #include <deque>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 struct mosquitto;
@@ -48,7 +50,10 @@ class MqttPublisher {
   static void on_disconnect(mosquitto *, void *self, int rc);
   static void on_publish(mosquitto *, void *self, int mid);
   void pump_locked();
+  void network();  // the network thread
 
+  std::thread thread_;
+  std::atomic<bool> closing_{false};
   MqttAddress address_;
   size_t limit_;
   mosquitto *mosq_ = nullptr;

@@ -87,16 +87,17 @@ inline int free_port() {
   return port;
 }
 
-// Waits up to `seconds` until something listens on 127.0.0.1:`port`, without connecting (a server that takes one
-// client only must not be spent): the kernel's table of TCP sockets says.
-inline bool wait_listening(int port, double seconds) {
+// Waits up to `seconds` until a socket on 127.0.0.1:`port` is in `state` ("0A" listening, "01" connected), without
+// connecting (a server that takes one client only must not be spent): the kernel's table of TCP sockets says.
+inline bool wait_listening(int port, double seconds, const char *state = "0A") {
   char want[32];
   std::snprintf(want, sizeof want, "0100007F:%04X", port);
   for (double waited = 0; waited < seconds; waited += 0.05) {
     std::ifstream tcp("/proc/net/tcp");
     std::string line;
     while (std::getline(tcp, line))
-      if (line.find(want) != std::string::npos && line.find(" 0A ") != std::string::npos) return true;
+      if (line.find(want) != std::string::npos && line.find(std::string(" ") + state + " ") != std::string::npos)
+        return true;
     usleep(50000);
   }
   return false;
