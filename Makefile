@@ -7,7 +7,8 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan test-tsan soak demo bench install test-platforms fuzz fuzz-smoke clean
+.PHONY: all deps test test-release test-asan test-tsan soak demo bench install test-platforms fuzz fuzz-smoke mutants \
+	clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -87,6 +88,14 @@ fuzz: build/fuzz/build.ninja
 fuzz-smoke: build/fuzz/build.ninja
 	cmake --build build/fuzz -j $(JOBS)
 	scripts/fuzz.sh build/fuzz $(FUZZ_SMOKE_SECONDS)
+
+# One-line mutations of described rules (tests/mutants.txt), each rebuilt and run against its family's tests; every
+# one must be caught. MUTANTS=text runs only the lines that contain it.
+build/mutants/build.ninja: | deps
+	cmake -S . -B build/mutants $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_TOOLS=OFF
+mutants: build/mutants/build.ninja
+	cmake --build build/mutants -j $(JOBS)
+	scripts/mutants.py build/mutants $(MUTANTS)
 
 clean:
 	rm -rf build
