@@ -33,11 +33,15 @@ struct Square {
 using namespace vorn;
 
 extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
-  if (!mat) return VORN_E_NULL;
+  if (!mat || (!mat->data && mat->rows > 0 && mat->cols > 0)) return VORN_E_NULL;
   if (mat->rows != mat->cols) return VORN_E_PARAM;
   const int32_t n = mat->rows > 0 ? mat->rows : 0;
-  int32_t *row_pivot = block_new<int32_t>((size_t)n);
-  int32_t *col_pivot = row_pivot ? block_new<int32_t>((size_t)n) : nullptr;
+  // Filter-sized matrices keep their pivots on the stack, so a Kalman step never allocates.
+  constexpr int32_t kStackPivots = 16;
+  int32_t stack_pivots[2 * kStackPivots];
+  const bool on_stack = n <= kStackPivots;
+  int32_t *row_pivot = on_stack ? stack_pivots : block_new<int32_t>((size_t)n);
+  int32_t *col_pivot = on_stack ? stack_pivots + kStackPivots : row_pivot ? block_new<int32_t>((size_t)n) : nullptr;
   if (!row_pivot || !col_pivot) {
     block_release(row_pivot);
     return VORN_E_NOMEM;
@@ -83,7 +87,9 @@ extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
       if (row_pivot[k] != k) m.swap_cols(k, row_pivot[k]);
     }
   }
-  block_release(row_pivot);
-  block_release(col_pivot);
+  if (!on_stack) {
+    block_release(row_pivot);
+    block_release(col_pivot);
+  }
   return result;
 }

@@ -301,14 +301,22 @@ vorn_result create_track(vorn_tracker *t, const Chain &c) {
   if (!k) return VORN_OK;
   if (!k->measurement) return VORN_E_NOMEM;
   if (c.count < 2) return VORN_E_PARAM;
+  // The track's histogram and filter come first: when either cannot be made the slot stays free, no id is used
+  // and the candidate stays a candidate.
+  vorn_kalman_params kp = {4, 2, 0};
+  vorn_histogram *hist = vorn_histogram_alloc(kHistBins);
+  vorn_kalman *filter = nullptr;
+  if (!hist || vorn_kalman_create(&kp, &filter) != VORN_OK) {
+    vorn_histogram_free(hist);
+    return VORN_E_NOMEM;
+  }
   copy_box(k, *c.slot[0]);
   k->id = ++t->last_id;
   k->missed = 0;
-  k->hist = vorn_histogram_alloc(kHistBins);
+  k->hist = hist;
+  k->filter = filter;
   t->active[t->active_count++] = k;
 
-  vorn_kalman_params kp = {4, 2, 0};
-  if (vorn_kalman_create(&kp, &k->filter) != VORN_OK) return VORN_E_PARAM;
   static const float kTransition[16] = {1, 0, 1, 0, 0, 1, 0, 1, 0, 0, 1, 0, 0, 0, 0, 1};
   static const float kMeasure[8] = {1, 0, 0, 0, 0, 1, 0, 0};
   vorn_kalman_matrixs m;
@@ -360,7 +368,8 @@ void compact_chains(vorn_tracker *t) {
 
 }  // namespace
 
-void tracker_frame_step(vorn_tracker *t) {
+vorn_result tracker_frame_step(vorn_tracker *t) {
+  vorn_result failed = VORN_OK;
   // The oldest frame buffer becomes the newest.
   Track *oldest = t->frames[kChainLength - 1];
   for (int i = kChainLength - 1; i > 0; --i) t->frames[i] = t->frames[i - 1];
@@ -406,11 +415,16 @@ void tracker_frame_step(vorn_tracker *t) {
     bool complete = true;
     for (int s = 0; s < kChainLength; ++s) complete = complete && c->slot[s];
     if (!complete || !fit_path(t, c)) continue;
-    create_track(t, *c);
+    const vorn_result r = create_track(t, *c);
+    if (r == VORN_E_NOMEM) {
+      failed = r;
+      continue;
+    }
     c->slot[0] = nullptr;
   }
 
   compact_chains(t);
+  return failed;
 }
 
 }  // namespace vorn
