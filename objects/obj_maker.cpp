@@ -17,7 +17,6 @@ VORN_API vorn_result vorn_obj_maker_create(const vorn_obj_maker_params *params, 
     ok = vorn_contour_create(&size, &m->contour) == VORN_OK;
   } else {
     m->block_width = m->block_height = 4;
-    m->cell_row = vorn::cell_row_kernel();
     const uint32_t cw = params->width / 4, ch = params->height / 4;
     m->cell_image = vorn_mono_image_alloc(cw, ch);
     m->fg_image = m->cell_image ? vorn_mono_image_alloc(cw, ch) : nullptr;

@@ -38,7 +38,7 @@ double eigen_map(const CornerWork &wk, const uint8_t *grey, int32_t w, int32_t h
   int32_t *col_xx = wk.rows + (size_t)6 * w, *col_yy = col_xx + w, *col_xy = col_yy + w;
   int32_t *sxx = col_xy + w, *syy = sxx + w, *sxy = syy + w;
   const EdgeRowKernels &kr = edge_row_kernels();
-  const bool sse2 = (cpu_flags() & kCpuSse2) != 0;
+  const CornerRowKernels &ck = corner_row_kernels();
   // Derivative row y into ring slot y % 3 (zero for the first and last rows).
   auto deriv_row = [&](int32_t y) {
     int32_t *dx = ring_x[y % 3], *dy = ring_y[y % 3];
@@ -72,7 +72,7 @@ double eigen_map(const CornerWork &wk, const uint8_t *grey, int32_t w, int32_t h
     }
     double *out = wk.lambda + (size_t)y * w + 1;
     const int32_t n = w - 2;
-    const int32_t done = sse2 ? corner_eigen_row_sse2(sxx + 1, syy + 1, sxy + 1, out, n, &mx) : 0;
+    const int32_t done = ck.eigen ? ck.eigen(sxx + 1, syy + 1, sxy + 1, out, n, &mx) : 0;
     const double rest = corner_eigen_row_c(sxx + 1 + done, syy + 1 + done, sxy + 1 + done, out + done, n - done);
     if (rest > mx) mx = rest;
   }

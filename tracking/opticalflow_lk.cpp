@@ -39,7 +39,7 @@ struct Window {
   int32_t r, side, n;
   float *patch, *ival, *ix, *iy;
   uint8_t *row_a, *row_b;
-  LkRowKernels vec;  // the vector row kernels in use (nullptr: plain only)
+  const LkRowKernels *vec;  // the row kernels' table, fetched once per call
 };
 
 // Floats of the buffers of a window of half size r.
@@ -52,7 +52,7 @@ void window_make(Window *win, int32_t r, float *p) {
   win->r = r;
   win->side = 2 * r + 1;
   win->n = win->side * win->side;
-  win->vec = lk_row_kernels();
+  win->vec = &lk_row_kernels();
   const size_t patch = (size_t)(win->side + 2) * (win->side + 2);
   const size_t row_floats = ((size_t)win->side + 1 + 3) / 4;
   win->patch = p;
@@ -98,7 +98,7 @@ void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx,
     }
     const size_t o = (size_t)(dy + r) * side;
     const int32_t done =
-        win.vec.mismatch ? win.vec.mismatch(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
+        win.vec->mismatch ? win.vec->mismatch(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
     lk_mismatch_row_c(a, b, wt, win.ival + o, win.ix + o, win.iy + o, done, side, acc_x, acc_y);
   }
   *bx = lanes_sum(acc_x);
@@ -118,7 +118,7 @@ bool prepare(const Level &l, float px, float py, Window *win, double g[3]) {
     const float *up = win->patch + (ptrdiff_t)y * ps, *mid = up + ps, *dn = mid + ps;
     const ptrdiff_t o = (ptrdiff_t)y * side;
     float *ival = win->ival + o, *ix = win->ix + o, *iy = win->iy + o;
-    const int32_t done = win->vec.gradient ? win->vec.gradient(up, mid, dn, ival, ix, iy, side, sxx, sxy, syy) : 0;
+    const int32_t done = win->vec->gradient ? win->vec->gradient(up, mid, dn, ival, ix, iy, side, sxx, sxy, syy) : 0;
     lk_gradient_row_c(up, mid, dn, ival, ix, iy, done, side, sxx, sxy, syy);
   }
   const double gxx = lanes_sum(sxx), gxy = lanes_sum(sxy), gyy = lanes_sum(syy);

@@ -215,16 +215,17 @@ TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
   for (int32_t half : {1, 10, 15}) {
     std::vector<vorn_point2f> want(from.size());
     std::vector<uint32_t> s_want(from.size());
-    // Plain kernels first, then SSE2 alone, then everything the processor has.
-    const uint32_t masks[3] = {~0u, vorn::kCpuAvx2, 0u};
+    // Plain kernels first, then every wider table up to everything the processor has.
+    std::vector<uint32_t> masks = vorn_test::isa_masks();
+    std::reverse(masks.begin(), masks.end());
     for (uint32_t m : masks) {
       std::vector<vorn_point2f> got(from.size());
       std::vector<uint32_t> s_got(from.size());
-      vorn::cpu_set_mask(m);
+      vorn_test::CpuMaskScope scope(m);
       ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), got.data(), s_got.data(),
                                         (uint32_t)from.size(), half, 10),
                 VORN_OK);
-      if (m == ~0u) {
+      if (m == masks.front()) {
         want = got, s_want = s_got;
         continue;
       }
@@ -234,7 +235,6 @@ TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
       }
     }
   }
-  vorn::cpu_set_mask(0);
 }
 
 TEST(SubPixel, BilinearValuesAndBorderRepeat) {
