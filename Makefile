@@ -37,7 +37,7 @@ demo: build/release/build.ninja
 
 # Every operation and pipeline beside OpenCV on the street clip at 768x576 and 1080p: docs/performance.md and its
 # chart docs/performance.svg (about 5 minutes on 2 cores). `make bench-micro` runs the per-family Google
-# Benchmark programs instead.
+# Benchmark programs instead. The chart is drawn by Debian's python3-matplotlib, hence the system interpreter.
 BENCH_CMAKE = cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON \
   -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF
 bench:
@@ -46,7 +46,7 @@ bench:
 	cmake --build build/bench -j $(JOBS) --target vorn_perf_report
 	build/bench/bench/vorn_perf_report --md docs/performance.md --csv build/bench/ratios.csv \
 	  --notes bench/report/notes.md
-	python3 scripts/plot_bench.py build/bench/ratios.csv docs/performance.svg
+	/usr/bin/python3 scripts/plot_bench.py build/bench/ratios.csv docs/performance.svg
 
 bench-micro:
 	@scripts/deps.sh bench
