@@ -176,7 +176,9 @@ std::string read_first(const char *path, const char *key) {
   while (std::getline(in, line))
     if (line.compare(0, strlen(key), key) == 0) {
       const size_t c = line.find(':');
-      return c == std::string::npos ? line : line.substr(c + 2);
+      if (c == std::string::npos) return line;
+      const size_t v = line.find_first_not_of(" \t", c + 1);
+      return v == std::string::npos ? "" : line.substr(v);
     }
   return "?";
 }
@@ -295,7 +297,8 @@ int main(int argc, char **argv) {
      << "through them. Foreground masks for the mask kernels come from OpenCV's MOG2 over the clip.\n\n"
      << "**Method:** both libraries in this one process, single-threaded (`cv::setNumThreads(1)`; the library "
         "starts no threads). Per row and size, " << kReps << " interleaved repetitions (ours, then OpenCV's, the "
-        "order swapped each time) over the same frames (40 per repetition at 768x576, 12 at 1080p); the ratio "
+        "order swapped each time) over the same frames (40 per repetition at 768x576, 12 at 1080p, more for calls "
+        "too short to fill 40 ms); the ratio "
         "ours / OpenCV is taken per repetition, and the table gives its median and minimum (below 1: we are faster). "
         "The times are each side's median per frame. Streams (models and pipelines) are made once per row; "
         "their making plus first frame is timed separately, and the memory is the heap they hold after it. "
@@ -304,7 +307,9 @@ int main(int argc, char **argv) {
         "`M_TRIM_THRESHOLD` 1 GiB), so OpenCV's per-call temporaries are reused rather than faulted in again. "
         "Build: Release, fault injection off.\n\n"
      << "**Machine:** " << read_first("/proc/cpuinfo", "model name") << ", " << sysconf(_SC_NPROCESSORS_ONLN)
-     << " CPUs, " << read_first("/proc/meminfo", "MemTotal") << " memory; " << u.sysname << " " << u.release
+     << " CPUs (" << (__builtin_cpu_supports("avx512bw") ? "AVX-512, " : "")
+     << (__builtin_cpu_supports("avx2") ? "AVX2" : "no AVX2") << "), " << read_first("/proc/meminfo", "MemTotal")
+     << " memory; " << u.sysname << " " << u.release
      << "; g++ " << __VERSION__ << "; OpenCV " << CV_VERSION << ". Load average before: " << load_before
      << ", after: " << load_after << "; the run took " << fmt(minutes, "%.1f") << " minutes.";
   double l1 = 0;
