@@ -7,8 +7,8 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan test-tsan soak demo bench install test-platforms fuzz fuzz-smoke mutants \
-	clean
+.PHONY: all deps test test-release test-asan test-tsan soak demo bench bench-micro install test-platforms fuzz fuzz-smoke \
+	mutants clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -53,9 +53,22 @@ demo: build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target vorn
 	build/release/tools/vorn demo --out out
 
+# Every operation and pipeline beside OpenCV on the street clip at 768x576 and 1080p: docs/performance.md and its
+# chart docs/performance.svg (about 5 minutes on 2 cores). `make bench-micro` runs the per-family Google
+# Benchmark programs instead. The chart is drawn by Debian's python3-matplotlib, hence the system interpreter.
+BENCH_CMAKE = cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON \
+  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF
 bench:
 	@scripts/deps.sh bench
-	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON -DVORN_BUILD_TESTS=OFF
+	$(BENCH_CMAKE)
+	cmake --build build/bench -j $(JOBS) --target vorn_perf_report
+	build/bench/bench/vorn_perf_report --md docs/performance.md --csv build/bench/ratios.csv \
+	  --notes bench/report/notes.md
+	/usr/bin/python3 scripts/plot_bench.py build/bench/ratios.csv docs/performance.svg
+
+bench-micro:
+	@scripts/deps.sh bench
+	$(BENCH_CMAKE)
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 

@@ -7,6 +7,7 @@
 #include "analytics/guard_direction.h"
 #include "geometry/region_raster.h"
 #include "core/memory.h"
+#include "tracking/corner_work.h"
 #include "vorn_features.h"
 #include "vorn_geometry.h"
 #include "vorn_guard.h"
@@ -51,6 +52,7 @@ struct vorn_guard {
   vorn_obj_maker *obj_maker;
   vorn_line_points line_points;
   uint32_t frame_count;
+  vorn::CornerWork corner_work;  // the corner search's buffers, kept from frame to frame
 };
 
 namespace {
@@ -69,7 +71,8 @@ void reset_tracking(vorn_guard *g) {
 vorn_result find_features(vorn_guard *g, const vorn_image *cur, const vorn_mono_image *fg) {
   vorn_point found[kMaxFeatures];
   uint32_t count = kMaxFeatures;
-  const vorn_result r = vorn_good_feature_to_track(cur, kFeatureSpacing, found, &count, fg, nullptr);
+  const vorn_result r =
+      vorn::good_features(cur, kFeatureSpacing, found, &count, fg, nullptr, &g->corner_work);
   if (r != VORN_OK) return r;
   if (count > (uint32_t)kMaxFeatures) count = kMaxFeatures;
   const int32_t dx = g->feature_image ? g->roi.left : 0, dy = g->feature_image ? g->roi.top : 0;
@@ -143,6 +146,8 @@ VORN_API vorn_result vorn_guard_create(const vorn_guard_params *params, vorn_gua
     vorn_obj_maker_params op = {params->width, params->height, kMaxObjects, 0};
     r = vorn_obj_maker_create(&op, &g->obj_maker);
   }
+  if (r == VORN_OK)
+    r = vorn::corner_work_reserve(&g->corner_work, params->width, params->height, kMaxFeatures, kFeatureSpacing);
   if (r != VORN_OK) {
     vorn_guard_destroy(g);
     return r;
@@ -163,6 +168,7 @@ VORN_API vorn_result vorn_guard_destroy(vorn_guard *g) {
   vorn_pyramid_destroy(g->cur_pyramid);
   vorn_image_free(g->feature_image);
   vorn::block_release(g->line_points.points);
+  vorn::corner_work_release(&g->corner_work);
   vorn_free(g);
   return VORN_OK;
 }

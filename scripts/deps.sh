@@ -11,7 +11,9 @@ wine32=""
 for what in "$@"; do
   case "$what" in
     test) ;;
-    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
+    # OpenCV is the measuring stick; opencv-doc holds the street clip (examples/data/vtest.avi); matplotlib
+    # draws the report's chart.
+    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
