@@ -72,11 +72,12 @@ bench-micro:
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 
-# The library, its headers, CMake package and pkg-config file under $(PREFIX) (DESTDIR is honoured).
+# The library, its headers, CMake package and pkg-config file, the plate reader's weights, and the `vorn` program
+# with its manual page and bash completion under $(PREFIX) (DESTDIR is honoured).
 install:
-	@scripts/deps.sh
+	@scripts/deps.sh tools
 	cmake -S . -B build/dist -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
-	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF
+	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=ON
 	cmake --build build/dist -j $(JOBS)
 	cmake --install build/dist
 

@@ -14,7 +14,10 @@ for what in "$@"; do
     # OpenCV is the measuring stick; opencv-doc holds the street clip (examples/data/vtest.avi); matplotlib
     # draws the report's chart.
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
+    # The program: FFmpeg (with its capture devices), JSON, MQTT; the broker, its clients and a JSON Schema
+    # validator for the program's tests.
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libavdevice-dev nlohmann-json3-dev \
+           libmosquitto-dev mosquitto mosquitto-clients python3-jsonschema" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;
