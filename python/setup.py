@@ -1,0 +1,40 @@
+"""Builds the vorn extension against the C library.
+
+The library is found through VORNBASE_DIR (a CMake build folder holding libvornbase.so and include/vorn_version.h,
+or an install prefix with lib/ and include/); without it, the source tree's build/release is used.
+"""
+import os
+from pathlib import Path
+
+from pybind11.setup_helpers import ParallelCompile, Pybind11Extension, build_ext
+from setuptools import setup
+
+HERE = Path(__file__).resolve().parent
+TREE = HERE.parent
+
+
+def library_dirs():
+    """(include dirs, library dir) of the C library to build against."""
+    base = Path(os.environ.get("VORNBASE_DIR", TREE / "build" / "release")).resolve()
+    for lib, inc in ((base, [TREE / "include", base / "include"]), (base / "lib", [base / "include"])):
+        if (lib / "libvornbase.so").exists():
+            return [str(i) for i in inc], str(lib)
+    raise SystemExit(f"libvornbase.so not found under {base}: run `make` in {TREE} or set VORNBASE_DIR")
+
+
+# Sources compile two at a time unless VORN_PY_JOBS says otherwise.
+ParallelCompile("VORN_PY_JOBS", default=2).install()
+includes, libdir = library_dirs()
+sources = sorted(str(p.relative_to(HERE)) for p in (HERE / "src").glob("*.cpp"))
+ext = Pybind11Extension(
+    "vorn._vorn",
+    sources,
+    include_dirs=includes,
+    library_dirs=[libdir],
+    runtime_library_dirs=[libdir],
+    libraries=["vornbase"],
+    cxx_std=17,
+    extra_compile_args=["-O2", "-fvisibility=hidden"],
+)
+
+setup(ext_modules=[ext], cmdclass={"build_ext": build_ext})
