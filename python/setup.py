@@ -3,10 +3,11 @@
 The library is found through VORNBASE_DIR (a CMake build folder holding libvornbase.so and include/vorn_version.h,
 or an install prefix with lib/ and include/); without it, the source tree's build/release is used.
 """
+import hashlib
 import os
 from pathlib import Path
 
-from pybind11.setup_helpers import ParallelCompile, Pybind11Extension, build_ext
+from pybind11.setup_helpers import ParallelCompile, Pybind11Extension, build_ext, naive_recompile
 from setuptools import setup
 
 HERE = Path(__file__).resolve().parent
@@ -23,7 +24,7 @@ def library_dirs():
 
 
 # Sources compile two at a time unless VORN_PY_JOBS says otherwise.
-ParallelCompile("VORN_PY_JOBS", default=2).install()
+ParallelCompile("VORN_PY_JOBS", default=2, needs_recompile=naive_recompile).install()
 includes, libdir = library_dirs()
 sources = sorted(str(p.relative_to(HERE)) for p in (HERE / "src").glob("*.cpp"))
 ext = Pybind11Extension(
@@ -37,4 +38,7 @@ ext = Pybind11Extension(
     extra_compile_args=["-O2", "-fvisibility=hidden"],
 )
 
-setup(ext_modules=[ext], cmdclass={"build_ext": build_ext})
+# Objects are shared between builds against different libraries (release, sanitizer); the linked module is not.
+variant = hashlib.sha1(libdir.encode()).hexdigest()[:10]
+setup(ext_modules=[ext], cmdclass={"build_ext": build_ext},
+      options={"build": {"build_lib": f"build/lib-{variant}", "build_temp": "build/temp"}})

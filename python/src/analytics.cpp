@@ -1,5 +1,6 @@
 // Scene analytics: Guard, Counter, LeftObjectDetector, and the line and region geometry they share.
 #include "common.h"
+#include "names.h"
 
 namespace vp {
 
@@ -46,6 +47,13 @@ class Guard : public Owner<vorn_guard> {
     InUse u(busy_, kind_);
     vorn_result r = run_frame(get(), f, scratch_, vorn_guard_put_image);
     return status_of(r, "processing the frame");
+  }
+
+  void set_model_param(py::handle id, uint32_t value) {
+    vorn_bk_model *m = nullptr;
+    InUse u(busy_, kind_);
+    check(vorn_guard_get_bk_model(get(), &m), "reading the model");
+    check(bk_model_set_param(m, value, lookup(id, kParamNames, "parameter id")), "setting the parameter");
   }
 
   py::object event() const {
@@ -257,6 +265,8 @@ foreground() is a read-only view valid until the next frame; traces() and the li
       .def("set_mask", &Guard::set_mask, py::arg("mask"), "Replaces the model's region mask (0 = not watched).")
       .def("process", &Guard::process, py::arg("frame"), py::arg("bgr") = false,
            "Feeds one frame. Returns Status.OK, LEARNING or SCENE_CHANGE.")
+      .def("set_model_param", &Guard::set_model_param, py::arg("id"), py::arg("value"),
+           "Sets a parameter of the guard's background model (as BackgroundModel.set_param).")
       .def_property_readonly("event", &Guard::event, "GuardEvent of the current episode (NONE, TRIGGER, CROSS).")
       .def("traces", &Guard::traces, "The followed features' traces (list of Trace, at most 8).")
       .def("foreground", &Guard::foreground, "The foreground mask, a read-only view valid until the next frame.")

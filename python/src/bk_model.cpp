@@ -12,10 +12,14 @@ namespace {
 const Name kModelTypes[] = {{"default", 0},     {"ring", 1},     {"mixture", 2},     {"mean", 3},
                             {"ring_alt", 4},    {"block", 5},    {"mean_alt", 6},    {"stable_mean", 7},
                             {"histogram_mean", 8}};
-const Name kParams[] = {{"sensitivity", VORN_BK_PARAM_SENSITIVITY}, {"scene_cut", VORN_BK_PARAM_SCENE_CUT},
+}  // namespace
+
+const Name kParamNames[] = {{"sensitivity", VORN_BK_PARAM_SENSITIVITY}, {"scene_cut", VORN_BK_PARAM_SCENE_CUT},
                         {"shadow", VORN_BK_PARAM_SHADOW},           {"erode", VORN_BK_PARAM_ERODE},
                         {"dilate", VORN_BK_PARAM_DILATE},           {"window", VORN_BK_PARAM_WINDOW},
                         {"learn_frames", VORN_BK_PARAM_LEARN_FRAMES}};
+
+namespace {
 
 py::array image_copy(const vorn_image *img) {
   const size_t plane = size_t(img->width) * img->height;
@@ -98,7 +102,7 @@ class BackgroundModel : public Owner<vorn_bk_model> {
 
   void set_param(py::handle id, uint32_t value) {
     InUse u(busy_, kind_);
-    check(ops_.set_param(get(), value, lookup(id, kParams, "parameter id")), "setting the parameter");
+    check(ops_.set_param(get(), value, lookup(id, kParamNames, "parameter id")), "setting the parameter");
   }
 
   py::array mask() {

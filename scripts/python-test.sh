@@ -1,0 +1,29 @@
+#!/bin/sh
+# Builds the Python package against the library of a CMake build folder, installs it into a throw-away virtual
+# environment (Debian's numpy, pytest and OpenCV through --system-site-packages, no network) and runs its tests.
+# Usage: scripts/python-test.sh BUILD_DIR [pytest arguments...]
+# With VORN_PY_ASAN=1 the tests run with the sanitizer runtime preloaded (BUILD_DIR should be the ASan build).
+set -eu
+build=$(cd "$1" && pwd)
+shift
+root=$(cd "$(dirname "$0")/.." && pwd)
+python=${PYTHON:-/usr/bin/python3}
+venv="$build/python-venv"
+rm -rf "$venv"
+"$python" -m venv --system-site-packages "$venv"
+VORNBASE_DIR="$build" "$venv/bin/pip" install --quiet --no-index --no-build-isolation --no-deps "$root/python"
+# The scene's frames as lossless pictures, written once per build of the program.
+scene="$build/python-scene"
+if [ ! -f "$scene/done" ] || [ "$build/tools/vorn" -nt "$scene/done" ]; then
+  rm -rf "$scene" && mkdir -p "$scene"
+  "$build/tools/vorn" scene "$scene/%04d.png" --frames "${VORN_PY_SCENE_FRAMES:-300}" --quiet >/dev/null
+  touch "$scene/done"
+fi
+export VORN_TOOL="$build/tools/vorn" VORN_SCENE_DIR="$scene" VORN_SCENE_FRAMES="${VORN_PY_SCENE_FRAMES:-300}"
+cd "$root/python"
+if [ "${VORN_PY_ASAN:-0}" = 1 ]; then
+  LD_PRELOAD=$(gcc -print-file-name=libasan.so) ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 \
+    "$venv/bin/python" -m pytest -q -p no:cacheprovider tests "$@"
+else
+  "$venv/bin/python" -m pytest -q -p no:cacheprovider tests "$@"
+fi
