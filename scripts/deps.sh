@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|platforms|fuzz]...
+# Usage: scripts/deps.sh [test|bench|tools|python|platforms|fuzz]...
 set -eu
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 for what in "$@"; do
@@ -8,6 +8,9 @@ for what in "$@"; do
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    # The Python package: pybind11, the interpreter's headers, venv and pip, and what its tests and example use
+    # (numpy, pytest, OpenCV's Python module, the sample clip of opencv-doc).
+    python) pkgs="$pkgs python3-dev python3-venv python3-pip python3-setuptools pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-opencv opencv-doc" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;

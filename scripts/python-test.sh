@@ -12,18 +12,20 @@ venv="$build/python-venv"
 rm -rf "$venv"
 "$python" -m venv --system-site-packages "$venv"
 VORNBASE_DIR="$build" "$venv/bin/pip" install --quiet --no-index --no-build-isolation --no-deps "$root/python"
+cd "$build"  # not the source folder: the installed package is the one under test
+if [ "${VORN_PY_ASAN:-0}" = 1 ]; then
+  # Lifetimes and bounds under the sanitizer; the comparisons with the program run in the release pass.
+  LD_PRELOAD=$(gcc -print-file-name=libasan.so) ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 \
+    "$venv/bin/python" -m pytest -q -p no:cacheprovider "$root/python/tests" "$@"
+  exit
+fi
 # The scene's frames as lossless pictures, written once per build of the program.
+frames=${VORN_PY_SCENE_FRAMES:-300}
 scene="$build/python-scene"
 if [ ! -f "$scene/done" ] || [ "$build/tools/vorn" -nt "$scene/done" ]; then
   rm -rf "$scene" && mkdir -p "$scene"
-  "$build/tools/vorn" scene "$scene/%04d.png" --frames "${VORN_PY_SCENE_FRAMES:-300}" --quiet >/dev/null
+  "$build/tools/vorn" scene "$scene/%04d.png" --frames "$frames" --quiet >/dev/null
   touch "$scene/done"
 fi
-export VORN_TOOL="$build/tools/vorn" VORN_SCENE_DIR="$scene" VORN_SCENE_FRAMES="${VORN_PY_SCENE_FRAMES:-300}"
-cd "$root/python"
-if [ "${VORN_PY_ASAN:-0}" = 1 ]; then
-  LD_PRELOAD=$(gcc -print-file-name=libasan.so) ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 \
-    "$venv/bin/python" -m pytest -q -p no:cacheprovider tests "$@"
-else
-  "$venv/bin/python" -m pytest -q -p no:cacheprovider tests "$@"
-fi
+VORN_TOOL="$build/tools/vorn" VORN_SCENE_DIR="$scene" VORN_SCENE_FRAMES="$frames" \
+  "$venv/bin/python" -m pytest -q -p no:cacheprovider "$root/python/tests" "$@"

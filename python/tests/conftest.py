@@ -90,10 +90,10 @@ def scene_dir():
 
 @pytest.fixture(scope="session")
 def scene_frames():
-    """The first 60 frames of the built-in scene, BGR as OpenCV reads them."""
+    """The first 120 frames of the built-in scene (a walker comes in after frame 50), BGR as OpenCV reads them."""
     import cv2
     d = scene_dir()
-    return [cv2.imread(os.path.join(d, f"{i:04d}.png")) for i in range(60)]
+    return [cv2.imread(os.path.join(d, f"{i:04d}.png")) for i in range(120)]
 
 
 @pytest.fixture
