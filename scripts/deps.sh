@@ -7,7 +7,7 @@ for what in "$@"; do
   case "$what" in
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
     # The Python package: pybind11, the interpreter's headers, venv and pip, and what its tests and example use
     # (numpy, pytest, OpenCV's Python module, the sample clip of opencv-doc).
     python) pkgs="$pkgs python3-dev python3-venv python3-pip python3-setuptools pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-opencv opencv-doc" ;;

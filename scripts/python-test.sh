@@ -7,6 +7,7 @@ set -eu
 build=$(cd "$1" && pwd)
 shift
 root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/deps.sh" python
 python=${PYTHON:-/usr/bin/python3}
 venv="$build/python-venv"
 rm -rf "$venv"
