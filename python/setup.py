@@ -7,7 +7,7 @@ import hashlib
 import os
 from pathlib import Path
 
-from pybind11.setup_helpers import ParallelCompile, Pybind11Extension, build_ext, naive_recompile
+from pybind11.setup_helpers import ParallelCompile, Pybind11Extension, build_ext
 from setuptools import setup
 
 HERE = Path(__file__).resolve().parent
@@ -23,9 +23,20 @@ def library_dirs():
     raise SystemExit(f"libvornbase.so not found under {base}: run `make` in {TREE} or set VORNBASE_DIR")
 
 
-# Sources compile two at a time unless VORN_PY_JOBS says otherwise.
-ParallelCompile("VORN_PY_JOBS", default=2, needs_recompile=naive_recompile).install()
 includes, libdir = library_dirs()
+headers = [p for d in [HERE / "src", *map(Path, includes)] for p in Path(d).glob("*.h")]
+
+
+def needs_recompile(obj, src):
+    """An object is rebuilt when its source or any header it may include is newer."""
+    if not os.path.exists(obj):
+        return True
+    built = os.stat(obj).st_mtime
+    return any(os.stat(p).st_mtime >= built for p in [src, *headers])
+
+
+# Sources compile two at a time unless VORN_PY_JOBS says otherwise.
+ParallelCompile("VORN_PY_JOBS", default=2, needs_recompile=needs_recompile).install()
 sources = sorted(str(p.relative_to(HERE)) for p in (HERE / "src").glob("*.cpp"))
 ext = Pybind11Extension(
     "vorn._vorn",

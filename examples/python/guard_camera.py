@@ -9,6 +9,7 @@ foreground and the feature traces (shown in a window with --show, written to a v
 """
 import argparse
 import json
+import math
 import sys
 
 import cv2
@@ -34,10 +35,10 @@ def event_line(frame, time, kind, traces, counts):
             ids.append(i)
             boxes.append([min(t.start.x, t.end.x), min(t.start.y, t.end.y),
                           max(t.start.x, t.end.x) + 1, max(t.start.y, t.end.y) + 1])
-    event = {"stream": 0, "frame": frame, "time": None, "analytic": "guard", "kind": kind, "ids": ids,
-             "boxes": boxes, "counts": counts}
-    text = json.dumps(event, separators=(",", ":"))
-    return text.replace('"time":null', f'"time":{time:.3f}')
+    # times are rounded to milliseconds, halves away from zero, and written as the shortest decimal
+    event = {"stream": 0, "frame": frame, "time": math.floor(time * 1000 + 0.5) / 1000, "analytic": "guard",
+             "kind": kind, "ids": ids, "boxes": boxes, "counts": counts}
+    return json.dumps(event, separators=(",", ":"))
 
 
 class GuardEvents:

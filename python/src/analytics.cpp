@@ -6,24 +6,12 @@ namespace vp {
 
 namespace {
 
-// The C++ side of a per-frame call: frame intake, the size check, and the library call without the GIL.
-template <typename T, typename Call>
-vorn_result run_frame(T *h, const FrameIn &f, std::vector<uint8_t> &scratch, Call call) {
-  py::gil_scoped_release nogil;
-  uint32_t type;
-  uint8_t *p = f.prepare(scratch, &type);
-  return call(h, p, type);
-}
-
 class Guard : public Owner<vorn_guard> {
  public:
   Guard(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format) : Owner("guard") {
     if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
     vorn_guard_params p{width, height, format, bk_type};
-    vorn_guard *g = nullptr;
-    vorn_result r = vorn_guard_create(&p, &g);
-    if (g) hold(g, vorn_guard_destroy);
-    check(r, "creating the guard");
+    create(vorn_guard_create, p, vorn_guard_destroy, "creating the guard");
     width_ = width;
     height_ = height;
   }
@@ -42,8 +30,7 @@ class Guard : public Owner<vorn_guard> {
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "guard");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "guard");
     InUse u(busy_, kind_);
     vorn_result r = run_frame(get(), f, scratch_, vorn_guard_put_image);
     return status_of(r, "processing the frame");
@@ -162,27 +149,19 @@ class LeftObjectDetector : public Owner<vorn_obld> {
     first_keep_ = f.keep;  // bitmap objects and 4:2:2 buffers are the caller's own: kept alive with the detector
     vorn_obld_params prm{f.width, f.height, type_, p, pts.data(), uint32_t(pts.size()),
                          sensitivity, nullptr, 0, learn_frames};
-    vorn_obld *o = nullptr;
-    vorn_result r = vorn_obld_create(&prm, &o);
-    if (o) hold(o, vorn_obld_destroy);
-    check(r, "creating the detector");
-    check(vorn_obld_set_frame_threshold(o, frame_threshold), "setting the frame threshold");
+    create(vorn_obld_create, prm, vorn_obld_destroy, "creating the detector");
+    check(vorn_obld_set_frame_threshold(get(), frame_threshold), "setting the frame threshold");
     width_ = f.width;
     height_ = f.height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "detector");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "detector");
     InUse u(busy_, kind_);
-    vorn_obld *o = get();
-    vorn_result r;
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = type == type_ ? vorn_obld_put_image(o, p, type) : VORN_E_PARAM;
-    }
+    const uint32_t first_type = type_;
+    vorn_result r = run_frame(get(), f, scratch_, [first_type](vorn_obld *o, uint8_t *p, uint32_t type) {
+      return type == first_type ? vorn_obld_put_image(o, p, type) : VORN_E_PARAM;
+    });
     if (r == VORN_E_PARAM) throw py::value_error("frames must keep the layout of the first frame");
     return status_of(r, "processing the frame");
   }

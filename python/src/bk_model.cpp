@@ -45,33 +45,15 @@ class BackgroundModel : public Owner<vorn_bk_model> {
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "background model");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "background model");
     InUse u(busy_, kind_);
-    vorn_bk_model *m = get();
-    vorn_result r;
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = ops_.process(m, p, type);
-    }
-    return status_of(r, "processing the frame");
+    return status_of(run_frame(get(), f, scratch_, ops_.process), "processing the frame");
   }
 
   void set_background(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "background model");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "background model");
     InUse u(busy_, kind_);
-    vorn_bk_model *m = get();
-    vorn_result r;
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = ops_.set_bk(m, p, type);
-    }
-    check(r, "setting the background");
+    check(run_frame(get(), f, scratch_, ops_.set_bk), "setting the background");
   }
 
   py::object foreground() {

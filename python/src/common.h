@@ -109,6 +109,15 @@ class Owner {
     if (!handle_) throw py::value_error(std::string("operation on a closed ") + kind_);
     return static_cast<T *>(handle_.get());
   }
+  // Runs create(&params, &handle) and holds what it made (also a partial object it hands back on failure, so
+  // that its destroy runs), then raises for a failing code.
+  template <typename Create, typename Params, typename Destroy>
+  void create(Create create, Params &params, Destroy destroy, const char *what) {
+    T *h = nullptr;
+    vorn_result r = create(&params, &h);
+    if (h) hold(h, destroy);
+    check(r, what);
+  }
   template <typename Destroy>
   void hold(T *h, Destroy destroy) {
     handle_ = Holder(h, [destroy](void *p) { destroy(static_cast<T *>(p)); });
@@ -153,6 +162,22 @@ struct FrameIn {
 FrameIn frame_in(py::handle frame, bool bgr);
 // ValueError unless the frame is width x height.
 void expect_frame_size(const FrameIn &f, uint32_t width, uint32_t height, const char *who);
+// frame_in, then the size check of an object made for width x height frames.
+inline FrameIn frame_for(py::handle frame, bool bgr, uint32_t width, uint32_t height, const char *who) {
+  FrameIn f = frame_in(frame, bgr);
+  expect_frame_size(f, width, height, who);
+  return f;
+}
+
+// One frame through call(handle, data, frame_type) with the GIL released; interleaved arrays are converted into
+// `scratch` first (also without the GIL).
+template <typename T, typename Call>
+vorn_result run_frame(T *handle, const FrameIn &f, std::vector<uint8_t> &scratch, Call call) {
+  py::gil_scoped_release nogil;
+  uint32_t type;
+  uint8_t *p = f.prepare(scratch, &type);
+  return call(handle, p, type);
+}
 
 // Module parts, one per family source file.
 void bind_frames(py::module_ &m);

@@ -12,7 +12,7 @@ PYBIND11_MODULE(_vorn, m) {
       if (p) std::rethrow_exception(p);
     } catch (const vp::LibraryError &e) {
       py::object make = py::module_::import("vorn._errors").attr("error_for");
-      py::object exc = make(e.code, e.what);
+      py::object exc = make(e.code, e.what + ": " + vorn_result_message(e.code));
       PyErr_SetObject(reinterpret_cast<PyObject *>(Py_TYPE(exc.ptr())), exc.ptr());
     }
   });

@@ -20,10 +20,7 @@ class ObjectMaker : public Owner<vorn_obj_maker> {
  public:
   ObjectMaker(uint32_t width, uint32_t height, uint32_t max_objects, py::handle mode) : Owner("object maker") {
     vorn_obj_maker_params p{width, height, max_objects, lookup(mode, kModes, "mode")};
-    vorn_obj_maker *o = nullptr;
-    vorn_result r = vorn_obj_maker_create(&p, &o);
-    if (o) hold(o, vorn_obj_maker_destroy);
-    check(r, "creating the object maker");
+    create(vorn_obj_maker_create, p, vorn_obj_maker_destroy, "creating the object maker");
     width_ = width;
     height_ = height;
   }

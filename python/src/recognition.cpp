@@ -15,28 +15,19 @@ class PlateReader : public Owner<vorn_plate> {
       : Owner("plate reader") {
     std::string dir = weights_dir.is_none() ? "" : py::cast<std::string>(py::str(weights_dir));
     vorn_plate_params p{width, height, weights_dir.is_none() ? nullptr : dir.c_str(), min_h, max_h};
-    vorn_plate *r = nullptr;
-    vorn_result res = vorn_plate_create(&p, &r);
-    if (r) hold(r, vorn_plate_destroy);
-    check(res, "creating the plate reader");
+    create(vorn_plate_create, p, vorn_plate_destroy, "creating the plate reader");
     width_ = width;
     height_ = height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "plate reader");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "plate reader");
     InUse u(busy_, kind_);
-    vorn_plate *pl = get();
-    vorn_result r;
     vorn_plate_info info{};
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = vorn_plate_process(pl, p, type);
-      if (r == VORN_OK) r = vorn_plate_get_info(pl, &info);
-    }
+    vorn_result r = run_frame(get(), f, scratch_, [&info](vorn_plate *pl, uint8_t *p, uint32_t type) {
+      vorn_result res = vorn_plate_process(pl, p, type);
+      return res == VORN_OK ? vorn_plate_get_info(pl, &info) : res;
+    });
     if (r == VORN_E_NO_RESULT) return py::none();
     check(r, "reading the plate");
     py::tuple conf(VORN_PLATE_CHARS);
@@ -61,10 +52,7 @@ class Network : public Owner<vorn_bpnn> {
       : Owner("network"), n_in_(n_in), n_out_(n_out) {
     if (!n_in || !n_hidden || !n_out) throw py::value_error("unit counts must not be 0");
     vorn_bpnn_params p{momentum, eta, n_in, n_hidden, n_out, 0};
-    vorn_bpnn *n = nullptr;
-    vorn_result r = vorn_bpnn_create(&p, &n);
-    if (n) hold(n, vorn_bpnn_destroy);
-    check(r, "creating the network");
+    create(vorn_bpnn_create, p, vorn_bpnn_destroy, "creating the network");
     n_hidden_ = n_hidden;
   }
 
@@ -111,27 +99,15 @@ class TrajectoryRecorder : public Owner<vorn_vbc> {
       : Owner("trajectory recorder") {
     vorn_vbc_params p{width,      height,       frame_type,  max_points,      max_trajectories,
                       max_positions, min_length, min_distance, max_jump, motion_threshold};
-    vorn_vbc *v = nullptr;
-    vorn_result r = vorn_vbc_create(&p, &v);
-    if (v) hold(v, vorn_vbc_destroy);
-    check(r, "creating the recorder");
+    create(vorn_vbc_create, p, vorn_vbc_destroy, "creating the recorder");
     width_ = width;
     height_ = height;
   }
 
   void process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "recorder");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "recorder");
     InUse u(busy_, kind_);
-    vorn_vbc *v = get();
-    vorn_result r;
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = vorn_vbc_process(v, p, type);
-    }
-    check(r, "recording the frame");
+    check(run_frame(get(), f, scratch_, vorn_vbc_process), "recording the frame");
   }
 
   py::tuple count() const {

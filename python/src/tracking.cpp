@@ -13,27 +13,15 @@ class Tracker : public Owner<vorn_tracker> {
   Tracker(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format) : Owner("tracker") {
     if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
     vorn_tracker_params p{width, height, format, bk_type};
-    vorn_tracker *t = nullptr;
-    vorn_result r = vorn_tracker_create(&p, &t);
-    if (t) hold(t, vorn_tracker_destroy);
-    check(r, "creating the tracker");
+    create(vorn_tracker_create, p, vorn_tracker_destroy, "creating the tracker");
     width_ = width;
     height_ = height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_in(frame, bgr);
-    expect_frame_size(f, width_, height_, "tracker");
+    FrameIn f = frame_for(frame, bgr, width_, height_, "tracker");
     InUse u(busy_, kind_);
-    vorn_tracker *t = get();
-    vorn_result r;
-    {
-      py::gil_scoped_release nogil;
-      uint32_t type;
-      uint8_t *p = f.prepare(scratch_, &type);
-      r = vorn_tracker_process(t, p, type);
-    }
-    return status_of(r, "processing the frame");
+    return status_of(run_frame(get(), f, scratch_, vorn_tracker_process), "processing the frame");
   }
 
   py::list objects() const {
@@ -92,10 +80,7 @@ class Kalman : public Owner<vorn_kalman> {
  public:
   Kalman(uint32_t n, uint32_t m, uint32_t c) : Owner("Kalman filter") {
     vorn_kalman_params p{n, m, c};
-    vorn_kalman *k = nullptr;
-    vorn_result r = vorn_kalman_create(&p, &k);
-    if (k) hold(k, vorn_kalman_destroy);
-    check(r, "creating the filter");
+    create(vorn_kalman_create, p, vorn_kalman_destroy, "creating the filter");
   }
 
   py::array predict(py::object control) {
@@ -172,10 +157,7 @@ class CamShift : public Owner<vorn_camshift> {
     if (!mask.is_none()) mk = mono_of(mask, "mask");
     vorn_rect w = rect_of(window, "window");
     vorn_camshift_params prm{&p.img, mask.is_none() ? nullptr : &mk, w.left, w.top, w.right, w.bottom};
-    vorn_camshift *c = nullptr;
-    vorn_result r = vorn_camshift_create(&prm, &c);
-    if (c) hold(c, vorn_camshift_destroy);
-    check(r, "creating the tracker");
+    create(vorn_camshift_create, prm, vorn_camshift_destroy, "creating the tracker");
     window_ = vorn_rect{prm.left, prm.top, prm.right, prm.bottom};
   }
 
@@ -206,10 +188,7 @@ class MeanShift : public Owner<vorn_meanshift> {
     Plane0 p = plane0(image, "image");
     vorn_rect w = rect_of(window, "window");
     vorn_meanshift_params prm{&p.img, nullptr, w.left, w.top, w.right, w.bottom};
-    vorn_meanshift *ms = nullptr;
-    vorn_result r = vorn_meanshift_create(&prm, &ms);
-    if (ms) hold(ms, vorn_meanshift_destroy);
-    check(r, "creating the tracker");
+    create(vorn_meanshift_create, prm, vorn_meanshift_destroy, "creating the tracker");
   }
 
   py::object update(py::handle image) {
