@@ -44,12 +44,14 @@ class Guard : public Owner<vorn_guard> {
   }
 
   py::object event() const {
+    InUse u(busy_, kind_);
     uint32_t ev = 0;
     check(vorn_guard_get_event(get(), &ev), "reading the event");
-    return py::module_::import("vorn._types").attr("GuardEvent")(ev);
+    return types().guard_event(ev);
   }
 
   py::list traces() const {
+    InUse u(busy_, kind_);
     py::list out;
     vorn_guard *g = get();
     for (int32_t i = 0; i < 8; ++i) {
@@ -63,6 +65,7 @@ class Guard : public Owner<vorn_guard> {
   }
 
   py::object foreground() const {
+    InUse u(busy_, kind_);
     vorn_mono_image *fg = nullptr;
     check(vorn_guard_get_fg(get(), &fg), "reading the foreground");
     if (!fg || !fg->data) return py::none();
@@ -70,12 +73,14 @@ class Guard : public Owner<vorn_guard> {
   }
 
   py::object guard_line() const {
+    InUse u(busy_, kind_);
     vorn_line l{};
     check(vorn_guard_get_guard_line(get(), &l), "reading the guard line");
     return line_out(l);
   }
 
   py::object direction_line() const {
+    InUse u(busy_, kind_);
     vorn_line l{};
     check(vorn_guard_get_direction_line(get(), &l), "reading the direction line");
     return line_out(l);
@@ -167,6 +172,7 @@ class LeftObjectDetector : public Owner<vorn_obld> {
   }
 
   py::list lost_objects() const {
+    InUse u(busy_, kind_);
     vorn_rect rects[32];
     uint32_t n = 0;
     vorn_result r = vorn_obld_get_lost_objects_rect(get(), rects, &n);
@@ -179,6 +185,7 @@ class LeftObjectDetector : public Owner<vorn_obld> {
 
   template <vorn_result (*Get)(vorn_obld *, vorn_mono_image **)>
   py::object mono() const {
+    InUse u(busy_, kind_);
     vorn_mono_image *m = nullptr;
     check(Get(get(), &m), "reading a mask");
     if (!m || !m->data) return py::none();
@@ -186,6 +193,7 @@ class LeftObjectDetector : public Owner<vorn_obld> {
   }
 
   py::object outline() const {
+    InUse u(busy_, kind_);
     vorn_mono_image *m = nullptr;
     uint32_t n = 0;
     check(vorn_obld_get_lost_objects_contour(get(), &m, &n), "reading the outlines");

@@ -57,6 +57,7 @@ class BackgroundModel : public Owner<vorn_bk_model> {
   }
 
   py::object foreground() {
+    InUse u(busy_, kind_);
     vorn_mono_image *fg = nullptr;
     check(ops_.get_fg(get(), &fg), "reading the foreground");
     if (!fg || !fg->data) return py::none();
@@ -64,6 +65,7 @@ class BackgroundModel : public Owner<vorn_bk_model> {
   }
 
   py::object background() {
+    InUse u(busy_, kind_);
     vorn_image *bk = nullptr;
     vorn_result r = ops_.get_bk(get(), &bk);
     if (r == VORN_E_LEARNING) return py::none();
@@ -72,6 +74,7 @@ class BackgroundModel : public Owner<vorn_bk_model> {
   }
 
   py::array image(uint32_t back) {
+    InUse u(busy_, kind_);
     vorn_image *img = nullptr;
     check(ops_.get_image(get(), back, &img), "reading a ring image");
     return image_copy(img);
@@ -88,6 +91,7 @@ class BackgroundModel : public Owner<vorn_bk_model> {
   }
 
   py::array mask() {
+    InUse u(busy_, kind_);
     vorn_mono_image *m = nullptr;
     check(vorn_bk_model_get_mask(get(), &m), "reading the region mask");
     return copy_u8(m->data, {py::ssize_t(m->height), py::ssize_t(m->width)});

@@ -20,7 +20,8 @@ void load_types() {
   // The classes live as long as the interpreter: the references are kept on purpose.
   auto get = [&](const char *name) { return py::object(t.attr(name)).release(); };
   g_types = Types{get("Point"), get("Rect"),    get("Line"),     get("Size"),    get("Trace"),  get("TrackedObject"),
-                  get("Blob"),  get("PlateReading"), get("TrackBox"), get("Contour"), get("Moments")};
+                  get("Blob"),  get("PlateReading"), get("Contour"), get("Moments"),
+                  get("GuardEvent")};
   py::object status = t.attr("Status");
   g_status[0] = py::object(status.attr("OK")).release();
   g_status[1] = py::object(status.attr("NO_RESULT")).release();

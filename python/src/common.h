@@ -38,7 +38,7 @@ py::object status_of(vorn_result r, const char *what);
 
 // Python-side classes the bindings build results from (vorn._types), looked up once at import.
 struct Types {
-  py::handle point, rect, line, size, trace, tracked, blob, plate, track_box, contour, moments;
+  py::handle point, rect, line, size, trace, tracked, blob, plate, contour, moments, guard_event;
 };
 const Types &types();
 void load_types();

@@ -25,6 +25,7 @@ class Tracker : public Owner<vorn_tracker> {
   }
 
   py::list objects() const {
+    InUse u(busy_, kind_);
     vorn_tracker_obj *objs = nullptr;
     uint32_t n = 0;
     check(vorn_tracker_get_objs(get(), &objs, &n), "reading the tracks");
@@ -36,6 +37,7 @@ class Tracker : public Owner<vorn_tracker> {
   }
 
   py::object foreground() const {
+    InUse u(busy_, kind_);
     vorn_mono_image *fg = nullptr;
     check(vorn_tracker_get_fg(get(), &fg), "reading the foreground");
     if (!fg || !fg->data) return py::none();

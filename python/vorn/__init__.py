@@ -14,7 +14,7 @@ learning" and "scene change" are returned as :class:`Status` values.
 from ._errors import (Error, FileError, InvalidArgumentError, LearningError, NoResultError, NullArgumentError,
                       OutOfMemoryError, SceneChangeError)
 from ._types import (Blob, Contour, Format, FrameType, GuardEvent, Line, ModelType, Moments, Param, PlateReading,
-                     Point, Rect, Size, Status, Trace, TrackBox, TrackedObject)
+                     Point, Rect, Size, Status, Trace, TrackedObject)
 from ._vorn import *  # noqa: F401,F403
 from ._vorn import library_version
 

@@ -121,15 +121,6 @@ class PlateReading(NamedTuple):
     score: float
 
 
-class TrackBox(NamedTuple):
-    """A CAM-shift step's window, the object's axes and its orientation in radians."""
-
-    rect: Rect
-    width: int
-    length: int
-    angle: float
-
-
 class Contour(NamedTuple):
     points: np.ndarray  #: N x 2 int32, closed (the first point repeated last)
     is_hole: bool
