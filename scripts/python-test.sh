@@ -16,7 +16,9 @@ VORNBASE_DIR="$build" "$venv/bin/pip" install --quiet --no-index --no-build-isol
 cd "$build"  # not the source folder: the installed package is the one under test
 if [ "${VORN_PY_ASAN:-0}" = 1 ]; then
   # Lifetimes and bounds under the sanitizer; the comparisons with the program run in the release pass.
-  LD_PRELOAD=$(gcc -print-file-name=libasan.so) ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 \
+  # libstdc++ is preloaded too: the runtime must see it at start to follow C++ exceptions out of the module.
+  LD_PRELOAD="$(gcc -print-file-name=libasan.so) $(g++ -print-file-name=libstdc++.so.6)" \
+    ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     "$venv/bin/python" -m pytest -q -p no:cacheprovider "$root/python/tests" "$@"
   exit
 fi
