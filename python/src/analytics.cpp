@@ -6,14 +6,11 @@ namespace vp {
 
 namespace {
 
-class Guard : public Owner<vorn_guard> {
+class Guard : public StreamOwner<vorn_guard> {
  public:
-  Guard(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format) : Owner("guard") {
-    if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
+  Guard(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format) : StreamOwner("guard", width, height) {
     vorn_guard_params p{width, height, format, bk_type};
     create(vorn_guard_create, p, vorn_guard_destroy, "creating the guard");
-    width_ = width;
-    height_ = height;
   }
 
   void set_lines(py::handle guard_line, py::handle direction_line, int32_t half_width) {
@@ -30,10 +27,7 @@ class Guard : public Owner<vorn_guard> {
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "guard");
-    InUse u(busy_, kind_);
-    vorn_result r = run_frame(get(), f, scratch_, vorn_guard_put_image);
-    return status_of(r, "processing the frame");
+    return status_of(feed(frame, bgr, vorn_guard_put_image), "processing the frame");
   }
 
   void set_model_param(py::handle id, uint32_t value) {
@@ -64,13 +58,7 @@ class Guard : public Owner<vorn_guard> {
     return out;
   }
 
-  py::object foreground() const {
-    InUse u(busy_, kind_);
-    vorn_mono_image *fg = nullptr;
-    check(vorn_guard_get_fg(get(), &fg), "reading the foreground");
-    if (!fg || !fg->data) return py::none();
-    return view(fg->data, fg->width, fg->height);
-  }
+  py::object foreground() const { return mask_view(vorn_guard_get_fg); }
 
   py::object guard_line() const {
     InUse u(busy_, kind_);
@@ -85,11 +73,6 @@ class Guard : public Owner<vorn_guard> {
     check(vorn_guard_get_direction_line(get(), &l), "reading the direction line");
     return line_out(l);
   }
-
-  uint32_t width_ = 0, height_ = 0;
-
- private:
-  std::vector<uint8_t> scratch_;
 };
 
 class Counter : public Owner<vorn_counter> {

@@ -28,11 +28,10 @@ py::array image_copy(const vorn_image *img) {
   return a;
 }
 
-class BackgroundModel : public Owner<vorn_bk_model> {
+class BackgroundModel : public StreamOwner<vorn_bk_model> {
  public:
   BackgroundModel(py::handle type, uint32_t width, uint32_t height, uint32_t history, uint32_t format)
-      : Owner("background model"), type_(lookup(type, kModelTypes, "model type")) {
-    if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
+      : StreamOwner("background model", width, height), type_(lookup(type, kModelTypes, "model type")) {
     if (format > VORN_FORMAT_HSV) throw py::value_error("format must be RGB, YUV or HSV");
     vorn_bk_model_init(type_, &ops_);
     vorn_bk_model_init_params p{history, width, height, format};
@@ -40,29 +39,17 @@ class BackgroundModel : public Owner<vorn_bk_model> {
     check(ops_.create(&p, &h), "creating the background model");
     auto destroy = ops_.destroy;
     hold(static_cast<vorn_bk_model *>(h), [destroy](vorn_bk_model *m) { destroy(m); });
-    width_ = width;
-    height_ = height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "background model");
-    InUse u(busy_, kind_);
-    return status_of(run_frame(get(), f, scratch_, ops_.process), "processing the frame");
+    return status_of(feed(frame, bgr, ops_.process), "processing the frame");
   }
 
   void set_background(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "background model");
-    InUse u(busy_, kind_);
-    check(run_frame(get(), f, scratch_, ops_.set_bk), "setting the background");
+    check(feed(frame, bgr, ops_.set_bk), "setting the background");
   }
 
-  py::object foreground() {
-    InUse u(busy_, kind_);
-    vorn_mono_image *fg = nullptr;
-    check(ops_.get_fg(get(), &fg), "reading the foreground");
-    if (!fg || !fg->data) return py::none();
-    return view(fg->data, fg->width, fg->height);
-  }
+  py::object foreground() const { return mask_view(ops_.get_fg); }
 
   py::object background() {
     InUse u(busy_, kind_);
@@ -104,11 +91,10 @@ class BackgroundModel : public Owner<vorn_bk_model> {
     check(vorn_bk_model_set_mask(get(), &m), "setting the region mask");
   }
 
-  uint32_t type_, width_ = 0, height_ = 0;
+  uint32_t type_;
 
  private:
   vorn_bk_model_vtable ops_{};
-  std::vector<uint8_t> scratch_;
 };
 
 }  // namespace

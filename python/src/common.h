@@ -179,6 +179,36 @@ vorn_result run_frame(T *handle, const FrameIn &f, std::vector<uint8_t> &scratch
   return call(handle, p, type);
 }
 
+// Base of the objects made for frames of one size: the size, the buffer interleaved frames are converted in, the
+// per-frame call and the read-only view of a foreground mask.
+template <typename T>
+class StreamOwner : public Owner<T> {
+ public:
+  uint32_t width_ = 0, height_ = 0;
+
+ protected:
+  StreamOwner(const char *kind, uint32_t width, uint32_t height) : Owner<T>(kind), width_(width), height_(height) {
+    if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
+  }
+  // One frame of the object's size through call(handle, data, frame_type), without the GIL.
+  template <typename Call>
+  vorn_result feed(py::handle frame, bool bgr, Call call) {
+    FrameIn f = frame_for(frame, bgr, width_, height_, this->kind_);
+    InUse u(this->busy_, this->kind_);
+    return run_frame(this->get(), f, scratch_, call);
+  }
+  // The mask get_fg hands out, as a view (None when the object keeps none).
+  py::object mask_view(vorn_result (*get_fg)(T *, vorn_mono_image **)) const {
+    InUse u(this->busy_, this->kind_);
+    vorn_mono_image *fg = nullptr;
+    check(get_fg(this->get(), &fg), "reading the foreground");
+    if (!fg || !fg->data) return py::none();
+    return this->view(fg->data, fg->width, fg->height);
+  }
+
+  std::vector<uint8_t> scratch_;
+};
+
 // Module parts, one per family source file.
 void bind_frames(py::module_ &m);
 void bind_imgproc(py::module_ &m);

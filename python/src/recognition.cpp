@@ -9,22 +9,18 @@ namespace {
 
 using F64 = py::array_t<double, py::array::c_style | py::array::forcecast>;
 
-class PlateReader : public Owner<vorn_plate> {
+class PlateReader : public StreamOwner<vorn_plate> {
  public:
   PlateReader(uint32_t width, uint32_t height, py::object weights_dir, uint32_t min_h, uint32_t max_h)
-      : Owner("plate reader") {
+      : StreamOwner("plate reader", width, height) {
     std::string dir = weights_dir.is_none() ? "" : py::cast<std::string>(py::str(weights_dir));
     vorn_plate_params p{width, height, weights_dir.is_none() ? nullptr : dir.c_str(), min_h, max_h};
     create(vorn_plate_create, p, vorn_plate_destroy, "creating the plate reader");
-    width_ = width;
-    height_ = height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "plate reader");
-    InUse u(busy_, kind_);
     vorn_plate_info info{};
-    vorn_result r = run_frame(get(), f, scratch_, [&info](vorn_plate *pl, uint8_t *p, uint32_t type) {
+    vorn_result r = feed(frame, bgr, [&info](vorn_plate *pl, uint8_t *p, uint32_t type) {
       vorn_result res = vorn_plate_process(pl, p, type);
       return res == VORN_OK ? vorn_plate_get_info(pl, &info) : res;
     });
@@ -39,11 +35,6 @@ class PlateReader : public Owner<vorn_plate> {
     InUse u(busy_, kind_);
     check(vorn_plate_get_debug_image(get(), dir.c_str()), "saving the debug images");
   }
-
-  uint32_t width_ = 0, height_ = 0;
-
- private:
-  std::vector<uint8_t> scratch_;
 };
 
 class Network : public Owner<vorn_bpnn> {
@@ -91,24 +82,18 @@ class Network : public Owner<vorn_bpnn> {
   uint32_t n_in_, n_out_, n_hidden_ = 0;
 };
 
-class TrajectoryRecorder : public Owner<vorn_vbc> {
+class TrajectoryRecorder : public StreamOwner<vorn_vbc> {
  public:
   TrajectoryRecorder(uint32_t width, uint32_t height, uint32_t frame_type, uint32_t max_points,
                      uint32_t max_trajectories, uint32_t max_positions, uint32_t min_length, uint32_t min_distance,
                      uint32_t max_jump, uint32_t motion_threshold)
-      : Owner("trajectory recorder") {
+      : StreamOwner("recorder", width, height) {
     vorn_vbc_params p{width,      height,       frame_type,  max_points,      max_trajectories,
                       max_positions, min_length, min_distance, max_jump, motion_threshold};
     create(vorn_vbc_create, p, vorn_vbc_destroy, "creating the recorder");
-    width_ = width;
-    height_ = height;
   }
 
-  void process(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "recorder");
-    InUse u(busy_, kind_);
-    check(run_frame(get(), f, scratch_, vorn_vbc_process), "recording the frame");
-  }
+  void process(py::handle frame, bool bgr) { check(feed(frame, bgr, vorn_vbc_process), "recording the frame"); }
 
   py::tuple count() const {
     uint32_t t = 0, f = 0;
@@ -143,10 +128,6 @@ class TrajectoryRecorder : public Owner<vorn_vbc> {
   }
 
   vorn_vbc *handle() const { return get(); }
-  uint32_t width_ = 0, height_ = 0;
-
- private:
-  std::vector<uint8_t> scratch_;
 };
 
 }  // namespace

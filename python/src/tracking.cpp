@@ -8,20 +8,16 @@ namespace vp {
 
 namespace {
 
-class Tracker : public Owner<vorn_tracker> {
+class Tracker : public StreamOwner<vorn_tracker> {
  public:
-  Tracker(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format) : Owner("tracker") {
-    if (width == 0 || height == 0) throw py::value_error("the frame size must not be 0");
+  Tracker(uint32_t width, uint32_t height, uint32_t bk_type, uint32_t format)
+      : StreamOwner("tracker", width, height) {
     vorn_tracker_params p{width, height, format, bk_type};
     create(vorn_tracker_create, p, vorn_tracker_destroy, "creating the tracker");
-    width_ = width;
-    height_ = height;
   }
 
   py::object process(py::handle frame, bool bgr) {
-    FrameIn f = frame_for(frame, bgr, width_, height_, "tracker");
-    InUse u(busy_, kind_);
-    return status_of(run_frame(get(), f, scratch_, vorn_tracker_process), "processing the frame");
+    return status_of(feed(frame, bgr, vorn_tracker_process), "processing the frame");
   }
 
   py::list objects() const {
@@ -36,13 +32,7 @@ class Tracker : public Owner<vorn_tracker> {
     return out;
   }
 
-  py::object foreground() const {
-    InUse u(busy_, kind_);
-    vorn_mono_image *fg = nullptr;
-    check(vorn_tracker_get_fg(get(), &fg), "reading the foreground");
-    if (!fg || !fg->data) return py::none();
-    return view(fg->data, fg->width, fg->height);
-  }
+  py::object foreground() const { return mask_view(vorn_tracker_get_fg); }
 
   void set_model_param(py::handle id, uint32_t value) {
     vorn_bk_model *m = nullptr;
@@ -51,11 +41,6 @@ class Tracker : public Owner<vorn_tracker> {
     check(vorn_tracker_get_bk_model(get(), &m, &ops), "reading the model");
     check(ops->set_param(m, value, lookup(id, kParamNames, "parameter id")), "setting the parameter");
   }
-
-  uint32_t width_ = 0, height_ = 0;
-
- private:
-  std::vector<uint8_t> scratch_;
 };
 
 // --- Kalman ---
