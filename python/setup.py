@@ -17,7 +17,10 @@ TREE = HERE.parent
 def library_dirs():
     """(include dirs, library dir) of the C library to build against."""
     base = Path(os.environ.get("VORNBASE_DIR", TREE / "build" / "release")).resolve()
-    for lib, inc in ((base, [TREE / "include", base / "include"]), (base / "lib", [base / "include"])):
+    # a build folder, or an install prefix (lib/ or lib/<multiarch>/ on Debian)
+    places = [(base, [TREE / "include", base / "include"])]
+    places += [(p.parent, [base / "include"]) for p in sorted(base.glob("lib*/**/libvornbase.so"))]
+    for lib, inc in places:
         if (lib / "libvornbase.so").exists():
             return [str(i) for i in inc], str(lib)
     raise SystemExit(f"libvornbase.so not found under {base}: run `make` in {TREE} or set VORNBASE_DIR")
