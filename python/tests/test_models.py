@@ -85,3 +85,25 @@ def test_result_codes_map_to_the_error_classes(tmp_path):
     assert type(unknown) is vorn.Error and unknown.code == 0x12345678
     for cls in (vorn.NoResultError, vorn.OutOfMemoryError, vorn.LearningError, vorn.SceneChangeError):
         assert vorn._errors.error_for(cls.default_code, "x").__class__ is cls
+
+
+def test_background_ring_and_region_mask_copies(rng):
+    still = rng.integers(0, 200, (24, 32, 3), dtype=np.uint8)
+    m = vorn.BackgroundModel(vorn.ModelType.DEFAULT, 32, 24)
+    assert m.background() is None  # nothing set yet
+    m.set_background(still)
+    assert np.array_equal(m.background(), vorn.frame_to_image(still))
+    moved = still.copy()
+    moved[4:20, 4:28] = 255
+    m.process(moved)
+    assert np.array_equal(m.image(0), vorn.frame_to_image(moved))
+    assert m.foreground()[12, 16] == 255
+    region = np.zeros((24, 32), np.uint8)
+    region[:, 16:] = 255
+    m.mask = region
+    got = m.mask
+    assert np.array_equal(got, region)
+    region[:] = 0
+    assert got.any() and m.mask.any()  # copies both ways
+    with pytest.raises(ValueError, match="sizes differ"):
+        m.mask = np.zeros((24, 31), np.uint8)
