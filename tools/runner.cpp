@@ -67,18 +67,13 @@ std::string fmt(double v, int decimals) {
   return b;
 }
 
-// Frame number and time in the top-left corner.
-void draw_header(Canvas &c, const Frame &f) {
-  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
-}
-
 void draw_overlay(Canvas &c, const StreamTask &t, const std::vector<std::unique_ptr<Analytic>> &analytics,
                   const Frame &f) {
   for (size_t i = 0; i < t.settings_list.size(); ++i) {
     if (analytics[i]) analytics[i]->draw(c);
     else draw_analytic_geometry(c, t.settings_list[i]);
   }
-  draw_header(c, f);
+  draw_frame_header(c, f);
 }
 
 // Totals over the snapshot's bottom rows, one line per analytic.
@@ -194,6 +189,10 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
 }
 
 }  // namespace
+
+void draw_frame_header(Canvas &c, const Frame &f) {
+  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
+}
 
 std::string stream_path(const std::string &path, int index, int streams) {
   if (streams <= 1 || path.empty()) return path;
