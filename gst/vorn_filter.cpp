@@ -66,6 +66,13 @@ namespace {
 
 const char *kind_of(gpointer self) { return GST_VORN_FILTER_GET_CLASS(self)->kind; }
 
+// The program's check messages name its options ("give --line ..."); an element's settings are properties.
+std::string settings_message(const std::exception &e) {
+  std::string m = e.what();
+  for (size_t at; (at = m.find("give --")) != std::string::npos;) m.replace(at, 7, "set the property ");
+  return m;
+}
+
 void post_events(GstVornFilter *self, GstBuffer *buffer) {
   FilterState &st = *self->state;
   for (const vt::Event &e : st.events) {
@@ -108,7 +115,7 @@ bool make_analytic(GstVornFilter *self) {
     vt::validate_settings(st.running, st.info.width, st.info.height);
     st.analytic = vt::create_analytic(st.running, st.info);
   } catch (const std::exception &e) {
-    GST_ELEMENT_ERROR(self, LIBRARY, SETTINGS, ("%s", e.what()), ("%s", e.what()));
+    GST_ELEMENT_ERROR(self, LIBRARY, SETTINGS, ("%s", settings_message(e).c_str()), (nullptr));
     return false;
   }
   return true;
@@ -221,9 +228,19 @@ gboolean filter_start(GstBaseTransform *trans) {
   st.frames = 0;
   st.pending_reset.clear();
   std::string path;
+  vt::AnalyticSettings settings;
   {
     std::lock_guard<std::mutex> lock(st.mu);
     path = st.events_location;
+    settings = st.settings;
+  }
+  // Missing geometry stops the element before any caps arrive; whether it fits the frames is checked once their
+  // size is known.
+  try {
+    vt::validate_settings(settings, 1 << 30, 1 << 30);
+  } catch (const std::exception &e) {
+    GST_ELEMENT_ERROR(self, LIBRARY, SETTINGS, ("%s", settings_message(e).c_str()), (nullptr));
+    return FALSE;
   }
   st.sink.reset();
   if (!path.empty()) {
