@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|platforms|fuzz]...
+# Usage: scripts/deps.sh [test|bench|tools|gst|platforms|fuzz]...
 set -eu
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 for what in "$@"; do
@@ -8,6 +8,10 @@ for what in "$@"; do
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    # The GStreamer plugin: headers and gstcheck, the RTSP server library of its tests, gst-launch-1.0 and
+    # gst-inspect-1.0, and the elements its tests and examples run (JPEG over RTP, decoders for the street clip).
+    gst) pkgs="$pkgs libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstrtspserver-1.0-dev gstreamer1.0-tools
+               gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav opencv-doc" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;
