@@ -3,6 +3,7 @@
 #include <gst/gst.h>
 
 #include <map>
+#include <mutex>
 
 #include "error.h"
 #include "geometry.h"
@@ -10,35 +11,6 @@
 namespace vg {
 
 namespace {
-
-// What gst-inspect-1.0 says about each whole-number setting of the program.
-const std::map<std::string, std::string> &int_blurbs() {
-  static const std::map<std::string, std::string> m = {
-      {"half_width", "Half-width in pixels of the band around the guard line in which crossings are followed"},
-      {"max_frame", "Frames a pass between the two areas may take at most (0: no limit)"},
-      {"logic", "Counting logic: 0 an object passes once it has left one area and reached the other, 1 once it "
-                "occupied both"},
-      {"sensitivity", "Sensitivity 0..100 (count: share of an area that must be foreground; left: how unlike the "
-                      "background a left object must be)"},
-      {"frame_threshold", "Frames an object must stay still in the region before it is reported as left"},
-      {"bk_interval", "Frames between relearnings of the reference background (0: never)"},
-      {"learn_frames", "Frames the detector learns the background before it reports (0: its default)"},
-      {"stable_frames", "Frames in a row the same text must be read before the plate is reported"},
-      {"min_char_height", "Smallest character height in pixels the reader looks for"},
-      {"max_char_height", "Largest character height in pixels the reader looks for (at most the frame height)"},
-  };
-  return m;
-}
-
-// The value a setting shows while it holds the analytic's own default (sensitivity -1, character heights 0).
-int shown_default(const std::string &kind, const vt::IntSetting &is) {
-  const vt::AnalyticSettings d = default_settings(kind);
-  const std::string f = is.field;
-  if (f == "min_char_height" && d.min_char_height == 0) return 14;
-  if (f == "max_char_height" && d.max_char_height == 0) return 40;
-  if (f == "sensitivity") return vt::sensitivity_of(d);
-  return d.*is.member;
-}
 
 std::string point_list(const std::vector<vt::Pt> &pts) {
   std::string s;
@@ -52,7 +24,7 @@ std::string params_text(const std::vector<std::pair<uint32_t, uint32_t>> &params
   return s;
 }
 
-// "ID=VALUE,ID=VALUE,...": each item as the program's --param.
+// "ID=VALUE,ID=VALUE,...": each item as the program's --param takes it.
 std::vector<std::pair<uint32_t, uint32_t>> parse_params(const std::string &text, const std::string &what) {
   std::vector<std::pair<uint32_t, uint32_t>> out;
   size_t start = 0;
@@ -65,56 +37,45 @@ std::vector<std::pair<uint32_t, uint32_t>> parse_params(const std::string &text,
   return out;
 }
 
+std::string property_name(const char *field) {
+  std::string n = field;
+  for (char &c : n)
+    if (c == '_') c = '-';
+  return n;
+}
+
+// A whole-number setting whose default lies outside its range (0: the library's own choice) takes the default
+// back as "not given".
+bool default_outside_range(const vt::SettingSpec &s) { return s.def < s.lo || s.def > s.hi; }
+
 }  // namespace
-
-const std::vector<std::string> &element_kinds() {
-  static const std::vector<std::string> kinds = {"guard", "count", "track", "left", "bgsub", "plate"};
-  return kinds;
-}
-
-vt::AnalyticSettings default_settings(const std::string &kind) {
-  vt::AnalyticSettings s;
-  s.kind = s.name = kind;
-  return s;
-}
 
 const std::vector<ElementProp> &element_props(const std::string &kind) {
   static std::map<std::string, std::vector<ElementProp>> cache;
-  static GMutex mu;
-  g_mutex_lock(&mu);
+  static std::mutex mu;
+  std::lock_guard<std::mutex> lock(mu);
+  auto it = cache.find(kind);
+  if (it != cache.end()) return it->second;
   std::vector<ElementProp> &v = cache[kind];
-  if (v.empty()) {
-    if (kind == "guard") {
-      v.push_back({"line", "Guard line X0,Y0,X1,Y1 in frame pixels", PropKind::kSegment});
-      v.push_back({"direction", "Direction line X0,Y0,X1,Y1: crossings along it are triggers", PropKind::kSegment});
-    } else if (kind == "count") {
-      v.push_back({"area0", "Counting area 0 as X,Y,X,Y,X,Y,... (at least 3 points)", PropKind::kPolygon});
-      v.push_back({"area1", "Counting area 1 as X,Y,X,Y,X,Y,... (at least 3 points)", PropKind::kPolygon});
-    } else if (kind == "left") {
-      v.push_back({"region", "Watched region X,Y,X,Y,X,Y,... (at least 3 points)", PropKind::kPolygon});
-      v.push_back({"scenecut", "Reset the detector when the whole picture changes at once", PropKind::kBool});
-    } else if (kind == "plate") {
-      v.push_back({"weights", "Directory of the reader's weights (charnum.who, num.who, char.who); empty: the "
-                              "installed data directory, else the source tree's",
-                   PropKind::kPath});
-    }
-    if (kind == "guard" || kind == "count" || kind == "track" || kind == "bgsub") {
-      v.push_back({kind == "bgsub" ? "model" : "bk-type",
-                   "Background-model type (2: mixture of Gaussians, learns the background by itself)",
-                   PropKind::kModel});
-      v.push_back({"param", "Background-model parameters ID=VALUE,... (ID 0..31 or sensitivity, scene_cut, shadow, "
-                            "erode, dilate, window, learn_frames; VALUE decimal or 0x-hexadecimal)",
-                   PropKind::kParams});
-    }
-    for (const vt::IntSetting &is : vt::int_settings()) {
-      if (!is.applies_to(kind)) continue;
-      auto b = int_blurbs().find(is.field);
-      ElementProp p{is.option().substr(2), b != int_blurbs().end() ? b->second : std::string(is.field), PropKind::kInt,
-                    &is};
-      v.push_back(p);
-    }
+  const vt::AnalyticSpec *spec = vt::find_analytic(kind);
+  if (!spec) return v;
+  for (const vt::SettingSpec &s : spec->settings) {
+    std::string blurb = s.help;
+    if (s.type == vt::SettingType::kSegment || s.type == vt::SettingType::kPolygon)
+      blurb += std::string(" (") + s.value + ")";
+    if (s.type == vt::SettingType::kInteger && default_outside_range(s))
+      blurb += "; " + std::to_string(s.def) + ": not given";
+    v.push_back({property_name(s.field), blurb, PropKind::kSetting, &s});
   }
-  g_mutex_unlock(&mu);
+  if (spec->background_model) {
+    const std::string types = "background-model type (0..9: 0 and 9 default, 1 and 4 sal/wall, 2 mixture of "
+                              "Gaussians, 3 and 6 mean, 5 block, 7 extended mean, 8 bay-mean)";
+    v.push_back({"bk-type", types, PropKind::kModel});
+    v.push_back({"model", "the same as bk-type", PropKind::kModel});
+    v.push_back({"param", "background-model parameters ID=VALUE,... (ID 0..31 or sensitivity, scene_cut, shadow, "
+                          "erode, dilate, window, learn_frames; VALUE decimal or 0x-hexadecimal)",
+                 PropKind::kParams});
+  }
   return v;
 }
 
@@ -122,84 +83,91 @@ GParamSpec *prop_spec(const std::string &kind, const ElementProp &p) {
   const GParamFlags f = GParamFlags(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING);
   const char *n = g_intern_string(p.name.c_str());
   const char *b = g_intern_string(p.blurb.c_str());
-  switch (p.kind) {
-    case PropKind::kInt:
-      return g_param_spec_int(n, n, b, int(p.setting->lo), int(p.setting->hi), shown_default(kind, *p.setting), f);
-    case PropKind::kBool:
-      return g_param_spec_boolean(n, n, b, FALSE, f);
-    case PropKind::kModel:
-      return g_param_spec_uint(n, n, b, 0, 1000000, default_settings(kind).bk_type, f);
+  if (p.kind == PropKind::kModel)
+    return g_param_spec_uint(n, n, b, 0, 1000000, vt::settings_of(kind).bk_type, f);
+  if (p.kind == PropKind::kParams) return g_param_spec_string(n, n, b, "", f);
+  const vt::SettingSpec &s = *p.setting;
+  switch (s.type) {
+    case vt::SettingType::kInteger:
+      return g_param_spec_int(n, n, b, int(std::min(s.lo, s.def)), int(s.hi), int(s.def), f);
+    case vt::SettingType::kFlag:
+      return g_param_spec_boolean(n, n, b, s.def != 0, f);
     default:
       return g_param_spec_string(n, n, b, "", f);
   }
 }
 
 void set_prop(vt::AnalyticSettings &s, const ElementProp &p, const GValue *value) {
-  const std::string what = p.name;
-  if (p.kind == PropKind::kInt) {
-    const int v = g_value_get_int(value);
-    if (v < p.setting->lo || v > p.setting->hi)
-      vt::usage_error(what + ": " + std::to_string(v) + " is not a whole number in " + std::to_string(p.setting->lo) +
-                      ".." + std::to_string(p.setting->hi));
-    s.*p.setting->member = v;
-    return;
-  }
-  if (p.kind == PropKind::kBool) {
-    s.scenecut = g_value_get_boolean(value);
-    return;
-  }
+  const std::string &what = p.name;
   if (p.kind == PropKind::kModel) {
     s.bk_type = g_value_get_uint(value);
     return;
   }
+  if (p.kind == PropKind::kParams) {
+    const char *c = g_value_get_string(value);
+    s.bk_params = parse_params(c ? c : "", what);
+    return;
+  }
+  const vt::SettingSpec &spec = *p.setting;
+  switch (spec.type) {
+    case vt::SettingType::kInteger: {
+      const int v = g_value_get_int(value);
+      if (v == spec.def && default_outside_range(spec)) {
+        s.given.erase(spec.field);
+      } else {
+        if (v < spec.lo || v > spec.hi)
+          vt::usage_error(what + ": '" + std::to_string(v) + "' is not a whole number in " + std::to_string(spec.lo) +
+                          ".." + std::to_string(spec.hi));
+        s.set_integer(spec.field, v);
+      }
+      return;
+    }
+    case vt::SettingType::kFlag:
+      s.set_integer(spec.field, g_value_get_boolean(value) ? 1 : 0);
+      return;
+    default:
+      break;
+  }
   const char *c = g_value_get_string(value);
   const std::string text = c ? c : "";
-  if (p.kind == PropKind::kPath) {
-    s.weights_dir = text;
-  } else if (p.kind == PropKind::kParams) {
-    s.bk_params = parse_params(text, what);
-  } else if (p.kind == PropKind::kSegment) {
-    std::optional<vt::Segment> seg;
-    if (!text.empty()) seg = vt::parse_segment(text, what);
-    (p.name == "line" ? s.line : s.direction) = seg;
+  if (text.empty()) {
+    s.given.erase(spec.field);
+  } else if (spec.type == vt::SettingType::kSegment) {
+    const vt::Segment seg = vt::parse_segment(text, what);
+    s.set_points(spec.field, {seg.a, seg.b});
+  } else if (spec.type == vt::SettingType::kPolygon) {
+    s.set_points(spec.field, vt::parse_polygon(text, what));
   } else {
-    std::optional<vt::Polygon> poly;
-    if (!text.empty()) poly = vt::parse_polygon(text, what);
-    (p.name == "area0" ? s.area0 : p.name == "area1" ? s.area1 : s.region) = poly;
+    s.set_text(spec.field, text);
   }
 }
 
 void get_prop(const vt::AnalyticSettings &s, const ElementProp &p, GValue *value) {
-  switch (p.kind) {
-    case PropKind::kInt: {
-      int v = s.*p.setting->member;
-      if (v < p.setting->lo) v = shown_default(s.kind, *p.setting);
-      if (std::string(p.setting->field) == "sensitivity") v = vt::sensitivity_of(s);
-      g_value_set_int(value, v);
+  if (p.kind == PropKind::kModel) {
+    g_value_set_uint(value, s.bk_type);
+    return;
+  }
+  if (p.kind == PropKind::kParams) {
+    g_value_set_string(value, params_text(s.bk_params).c_str());
+    return;
+  }
+  const vt::SettingSpec &spec = *p.setting;
+  switch (spec.type) {
+    case vt::SettingType::kInteger:
+      g_value_set_int(value, s.integer(spec.field));
+      return;
+    case vt::SettingType::kFlag:
+      g_value_set_boolean(value, s.flag(spec.field));
+      return;
+    case vt::SettingType::kSegment:
+    case vt::SettingType::kPolygon: {
+      auto it = s.given.find(spec.field);
+      g_value_set_string(value, it != s.given.end() ? point_list(it->second.points).c_str() : "");
       return;
     }
-    case PropKind::kBool:
-      g_value_set_boolean(value, s.scenecut);
+    default:
+      g_value_set_string(value, s.text(spec.field).c_str());
       return;
-    case PropKind::kModel:
-      g_value_set_uint(value, s.bk_type);
-      return;
-    case PropKind::kPath:
-      g_value_set_string(value, s.weights_dir.c_str());
-      return;
-    case PropKind::kParams:
-      g_value_set_string(value, params_text(s.bk_params).c_str());
-      return;
-    case PropKind::kSegment: {
-      const std::optional<vt::Segment> &seg = p.name == "line" ? s.line : s.direction;
-      g_value_set_string(value, seg ? point_list({seg->a, seg->b}).c_str() : "");
-      return;
-    }
-    case PropKind::kPolygon: {
-      const std::optional<vt::Polygon> &poly = p.name == "area0" ? s.area0 : p.name == "area1" ? s.area1 : s.region;
-      g_value_set_string(value, poly ? point_list(*poly).c_str() : "");
-      return;
-    }
   }
 }
 

@@ -1,5 +1,6 @@
-// The settings of one analytic element as GObject properties: the same names, ranges and checks as the `vorn`
-// program's options for that analytic (--half-width becomes the property half-width).
+// The settings of one analytic element as GObject properties, read from the program's analytic registry: the
+// same names, ranges, defaults and checks as the `vorn` program's options (--half-width is the property
+// half-width), and the background model's type and parameters for the analytics built on one.
 #ifndef VORN_GST_ELEMENT_SETTINGS_H
 #define VORN_GST_ELEMENT_SETTINGS_H
 
@@ -8,29 +9,23 @@
 #include <string>
 #include <vector>
 
-#include "analytic_settings.h"
+#include "analytic_registry.h"
 
 namespace vg {
 
-enum class PropKind { kInt, kBool, kPath, kSegment, kPolygon, kModel, kParams };
+enum class PropKind { kSetting, kModel, kParams };
 
 struct ElementProp {
   std::string name;   // property name
   std::string blurb;  // what gst-inspect-1.0 shows
   PropKind kind;
-  const vt::IntSetting *setting = nullptr;  // kInt: the program's table entry
+  const vt::SettingSpec *setting = nullptr;  // kSetting: the registry's entry
 };
-
-// The analytic kinds that have an element (vorn + kind).
-const std::vector<std::string> &element_kinds();
 
 // The properties of the element for `kind`, in the order they are installed.
 const std::vector<ElementProp> &element_props(const std::string &kind);
-// The parameter spec of one property (its default is the program's default for the kind).
+// The parameter spec of one property; its default is the program's.
 GParamSpec *prop_spec(const std::string &kind, const ElementProp &p);
-
-// A fresh settings record for `kind` as the program would start it.
-vt::AnalyticSettings default_settings(const std::string &kind);
 
 // Stores a property value; throws vt::ToolError with the program's message when the value is refused (the settings
 // are then unchanged).

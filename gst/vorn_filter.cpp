@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "element_settings.h"
 #include "error.h"
 #include "event_message.h"
@@ -380,25 +380,18 @@ void filter_finalize(GObject *object) {
   G_OBJECT_CLASS(gst_vorn_filter_parent_class)->finalize(object);
 }
 
-// Each kind's element: its name, its settings as properties, its texts for gst-inspect-1.0.
+// Each kind's element: its name and type; what it does comes from the program's registry entry.
 struct KindInfo {
-  const char *kind, *element, *type_name, *long_name, *description;
+  const char *kind, *element, *type_name, *long_name;
 };
 
 const KindInfo kKinds[] = {
-    {"guard", "vornguard", "GstVornGuard", "Guard line",
-     "Reports crossings of a guard line: \"trigger\" along the direction line, \"cross\" the other way"},
-    {"count", "vorncount", "GstVornCount", "Area counter",
-     "Counts passes between two areas (\"pass\" events with both running counts)"},
-    {"track", "vorntrack", "GstVornTrack", "Object tracker",
-     "Follows moving objects (\"track_start\" and \"track_end\" events with the track's box)"},
-    {"left", "vornleft", "GstVornLeft", "Left-object detector",
-     "Reports objects left behind in a watched region (\"left\" and \"left_gone\")"},
-    {"bgsub", "vornbgsub", "GstVornBgsub", "Background subtraction",
-     "Reports when the background is learned and when motion starts and ends (\"learned\", \"motion_start\", "
-     "\"motion_end\", \"scene_change\")"},
-    {"plate", "vornplate", "GstVornPlate", "Licence-plate reader",
-     "Reports licence plates read on several frames in a row (\"plate\" events with the text and confidence)"},
+    {"guard", "vornguard", "GstVornGuard", "Guard line"},
+    {"count", "vorncount", "GstVornCount", "Area counter"},
+    {"track", "vorntrack", "GstVornTrack", "Object tracker"},
+    {"left", "vornleft", "GstVornLeft", "Left-object detector"},
+    {"bgsub", "vornbgsub", "GstVornBgsub", "Background subtraction"},
+    {"plate", "vornplate", "GstVornPlate", "Licence-plate reader"},
 };
 
 void kind_class_init(gpointer klass, gpointer data) {
@@ -414,7 +407,9 @@ void kind_class_init(gpointer klass, gpointer data) {
     g_object_class_install_property(gobject_class, guint(PROP_FIRST_SETTING + i), vg::prop_spec(k.kind, props[i]));
   GstElementClass *element_class = GST_ELEMENT_CLASS(klass);
   std::string long_name = std::string("VORN ") + k.long_name;
-  std::string description = std::string(k.description) + "; results go out as element messages \"" +
+  const vt::AnalyticSpec *spec = vt::find_analytic(k.kind);
+  std::string description = std::string("The vorn program's analytic '") + k.kind + "': " +
+                            (spec ? spec->summary : "not in this build") + "; results go out as element messages \"" +
                             vg::kEventStructure + "\", region-of-interest metas and optionally JSON lines";
   gst_element_class_set_metadata(element_class, long_name.c_str(), "Filter/Analyzer/Video", description.c_str(),
                                  "VORNBaseLib developers");
@@ -422,7 +417,7 @@ void kind_class_init(gpointer klass, gpointer data) {
 
 void kind_instance_init(GTypeInstance *instance, gpointer klass) {
   GstVornFilter *self = reinterpret_cast<GstVornFilter *>(instance);
-  self->state->settings = vg::default_settings(reinterpret_cast<GstVornFilterClass *>(klass)->kind);
+  self->state->settings = vt::settings_of(reinterpret_cast<GstVornFilterClass *>(klass)->kind);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@ for what in "$@"; do
   case "$what" in
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev" ;;
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
     # The GStreamer plugin: headers and gstcheck, the RTSP server library of its tests, gst-launch-1.0 and
     # gst-inspect-1.0, and the elements its tests and examples run (JPEG over RTP, decoders for the street clip).
     gst) pkgs="$pkgs libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstrtspserver-1.0-dev gstreamer1.0-tools

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "gst_test_util.h"
 #include "runner.h"
 #include "scene.h"
@@ -133,8 +133,7 @@ void check_overlay(GstBuffer *out, const vt::Frame &in, const std::vector<vt::Ev
 
 // draw=true paints exactly the program's annotation into 32-bit frames, leaving the fourth byte alone.
 GST_START_TEST(draw_paints_the_program_overlay) {
-  vt::AnalyticSettings s;
-  s.kind = s.name = "guard";
+  vt::AnalyticSettings s = vt::settings_of("guard");
   vt::fill_from_scene(s, truth());
   vt::StreamInfo info;
   info.width = 768;
