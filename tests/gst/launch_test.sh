@@ -30,7 +30,7 @@ for spec in "vornguard line direction half-width bk-type param draw events-locat
   element=$1
   shift
   gst-inspect-1.0 "$element" >"$work/$element" 2>&1
-  for p in "$@"; do grep -q "^  $p  *: [a-zA-Z]" "$work/$element" || fail "$element: property $p undocumented"; done
+  for p in "$@"; do grep -q "^  $p  *: [^ ]" "$work/$element" || fail "$element: property $p undocumented"; done
 done
 
 # 2. Four cameras in one pipeline, each on its own source thread with its own element.
