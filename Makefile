@@ -6,7 +6,7 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan demo bench install test-platforms fuzz clean
+.PHONY: all deps test test-release test-asan demo bench install test-platforms fuzz mutants clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -66,6 +66,14 @@ fuzz:
 	  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_SHARED=OFF
 	cmake --build build/fuzz -j $(JOBS)
 	scripts/fuzz.sh build/fuzz $(FUZZ_RUNS) $(FUZZ_SECONDS)
+
+# One-line mutations of described rules (tests/mutants.txt), each rebuilt and run against its family's tests; every
+# one must be caught. MUTANTS=text runs only the lines that contain it.
+build/mutants/build.ninja: | deps
+	cmake -S . -B build/mutants $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_TOOLS=OFF
+mutants: build/mutants/build.ninja
+	cmake --build build/mutants -j $(JOBS)
+	scripts/mutants.py build/mutants $(MUTANTS)
 
 clean:
 	rm -rf build

@@ -3,6 +3,7 @@
 #include <math.h>
 #include <string.h>
 
+#include "analytics/guard_direction.h"
 #include "geometry/region_raster.h"
 #include "core/memory.h"
 #include "vorn_features.h"
@@ -107,9 +108,7 @@ void follow_features(vorn_guard *g, const vorn_image *prev, const vorn_image *cu
     vorn_point at;
     if (vorn_get_line_cross(g->guard_line, trace, &at) == 1) {
       g->crossed[k] = 1;
-      double d = g->direction_angle - vorn_get_line_angle(trace);
-      if (d < 0) d += 360;
-      if (d < 90 || d >= 270) g->triggered[k] = 1;
+      if (vorn::guard_direction_triggers(g->direction_angle, trace)) g->triggered[k] = 1;
     }
   }
   if (active < 1) reset_tracking(g);
