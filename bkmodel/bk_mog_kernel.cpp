@@ -191,10 +191,30 @@ void mog_update_pixels_c(mog_state *s, const mog_planes *p, size_t begin, size_t
   }
 }
 
+mog_kernels mog_kernels_for(uint32_t cpu) {
+  mog_kernels t = {nullptr};
+  if (cpu & kCpuAvx512) t.update = mog_update_pixels_avx512;
+  else if (cpu & kCpuAvx2) t.update = mog_update_pixels_avx2;
+  return t;
+}
+
 void mog_update_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end, uint32_t n,
                        const mog_consts *k) {
-  if (cpu_flags() & kCpuAvx2) begin += mog_update_pixels_avx2(s, p, begin, end, n, k);
+  const mog_kernels t = mog_kernels_for(cpu_flags());
+  if (t.update) begin += t.update(s, p, begin, end, n, k);
   mog_update_pixels_c(s, p, begin, end, n, k);
+}
+
+const double *mog_reciprocals() {
+  struct table {
+    double r[kMogReciprocals];
+    table() {
+      r[0] = 0.0;
+      for (uint32_t k = 1; k < kMogReciprocals; ++k) r[k] = 1.0 / (double)k;
+    }
+  };
+  static const table t;
+  return t.r;
 }
 
 }  // namespace vorn
