@@ -56,6 +56,14 @@ struct mog_planes {
   const uint8_t *mask;  // region of interest, 0 = outside
 };
 
+// The mixture of pixels [begin, end) as the first frame leaves it, from that frame's colours c: slot 0 takes the
+// colour with weight 1 and count 1, every slot's variance becomes 50; the other fields keep their values (zero
+// in a fresh or cleared state).
+void mog_init_state(mog_state *s, const uint8_t *const c[3], size_t begin, size_t end);
+
+// Zeroes the state of the groups holding pixels [begin, end).
+void mog_clear_state(mog_state *s, size_t begin, size_t end);
+
 // First frame: slot 0 takes the pixel's colour with weight 1 and count 1, every slot's variance becomes 50,
 // fg = 0 and bk = the frame, for every pixel whatever the mask.
 void mog_init_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end);
