@@ -5,6 +5,8 @@
 
 #include "analytics/region_raster.h"
 #include "core/memory.h"
+#include "core/plain.h"
+#include "tracking/pyramid.h"
 #include "vorn_features.h"
 #include "vorn_geometry.h"
 #include "vorn_guard.h"
@@ -45,7 +47,8 @@ struct vorn_guard {
   uint32_t crossed[kMaxFeatures];
   uint32_t triggered[kMaxFeatures];
   int32_t feature_count;
-  vorn_pyramid *prev_pyramid, *cur_pyramid;
+  vorn_pyramid *prev_pyramid, *cur_pyramid;  // made once, then rebuilt in place; read only while tracking
+  uint16_t *pyramid_scratch;
   vorn_obj_maker *obj_maker;
   vorn_line_points line_points;
   uint32_t frame_count;
@@ -53,14 +56,28 @@ struct vorn_guard {
 
 namespace {
 
+// The pyramids are kept for the next tracking: nothing reads them until a frame has rebuilt them.
 void reset_tracking(vorn_guard *g) {
   g->tracking = 0;
   g->feature_count = 0;
   memset(g->crossed, 0, sizeof g->crossed);
   memset(g->triggered, 0, sizeof g->triggered);
-  vorn_pyramid_destroy(g->prev_pyramid);
-  vorn_pyramid_destroy(g->cur_pyramid);
-  g->prev_pyramid = g->cur_pyramid = nullptr;
+}
+
+// The current frame's pyramid: made (and filled) on first use, rebuilt in place afterwards. *filled tells
+// whether it already holds the frame.
+vorn_result pyramid_storage(vorn_guard *g, const vorn_mono_image *view, bool *filled) {
+  *filled = false;
+  if (g->cur_pyramid) return VORN_OK;
+  vorn_result r = vorn_pyramid_create_mono_image(view, &g->cur_pyramid, kPyramidLevels);
+  if (r != VORN_OK || !g->cur_pyramid) return r;
+  if (!g->pyramid_scratch && !(g->pyramid_scratch = vorn::block_new<uint16_t>(vorn::pyramid_scratch_size(view->width >> 1)))) {
+    vorn_pyramid_destroy(g->cur_pyramid);
+    g->cur_pyramid = nullptr;
+    return VORN_E_NOMEM;
+  }
+  *filled = true;
+  return VORN_OK;
 }
 
 void find_features(vorn_guard *g, const vorn_image *cur, const vorn_mono_image *fg) {
@@ -153,6 +170,7 @@ VORN_API vorn_result vorn_guard_destroy(vorn_guard *g) {
   vorn_obj_maker_destroy(g->obj_maker);
   vorn_pyramid_destroy(g->prev_pyramid);
   vorn_pyramid_destroy(g->cur_pyramid);
+  vorn::block_release(g->pyramid_scratch);
   vorn_image_free(g->feature_image);
   vorn::block_release(g->line_points.points);
   vorn_free(g);
@@ -235,14 +253,23 @@ VORN_API vorn_result vorn_guard_put_image(vorn_guard *g, uint8_t *frame, uint32_
     return VORN_OK;
   }
 
-  vorn_pyramid_destroy(g->cur_pyramid);
-  g->cur_pyramid = nullptr;
+  // A pyramid of the current frame: the optical flow reads it now when tracking, and next frame when features
+  // are found now; a frame that finds none leaves it unbuilt.
   const vorn_mono_image cur_view = {cur->width, cur->height, cur->plane[0]};
-  if ((r = vorn_pyramid_create_mono_image(&cur_view, &g->cur_pyramid, kPyramidLevels)) != VORN_OK) return r;
+  bool filled;
+  if ((r = pyramid_storage(g, &cur_view, &filled)) != VORN_OK) return r;
   if (!g->cur_pyramid) return VORN_OK;
-
-  if (g->tracking == 0) find_features(g, cur, fg);
-  else follow_features(g, prev, cur);
+  if (vorn::plain_paths() && !filled) {
+    vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+    filled = true;
+  }
+  if (g->tracking == 0) {
+    find_features(g, cur, fg);
+    if (g->tracking && !filled) vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+  } else {
+    if (!filled) vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+    follow_features(g, prev, cur);
+  }
 
   vorn_pyramid *swap = g->prev_pyramid;
   g->prev_pyramid = g->cur_pyramid;

@@ -4,20 +4,17 @@
 // Only pixels that the region mask has covered since the first frame hold live state; the rest keep the state
 // the first frame gave them, which is rebuilt from that frame's colours when the mask widens over them. The
 // first frame stays in its ring slot until the ring comes back to it and is copied aside then.
-#include "bkmodel/bk_mog.h"
-
 #include <string.h>
 
 #include "bkmodel/bk_mog_cover.h"
 #include "bkmodel/bk_mog_kernel.h"
 #include "bkmodel/bk_model.h"
 #include "core/memory.h"
+#include "core/plain.h"
 
 using namespace vorn;
 
 namespace {
-
-bool g_plain = false;  // test hook: every pixel live, as the rule has it
 
 enum SeedWhere : uint32_t {
   kSeedNone = 0,  // no first frame yet, or every pixel live
@@ -69,7 +66,7 @@ mog_planes planes_of(vorn_bk_model *m) {
 // The runs of this frame's mask (every pixel on the plain path), on group boundaries.
 void find_runs(vorn_bk_model *m, mog_ext *e) {
   const size_t npix = bk_pixels(m);
-  if (g_plain) {
+  if (plain_paths()) {  // every pixel live, as the rule has it
     e->runs[0] = pix_run{0, (uint32_t)npix};
     e->runs_n = npix ? 1 : 0;
   } else {
@@ -118,10 +115,6 @@ void wake_pixels(mog_ext *e, mog_state *s, vorn_bk_model *m) {
 }
 
 }  // namespace
-
-namespace vorn {
-void bk_mog_set_plain(bool on) { g_plain = on; }
-}  // namespace vorn
 
 extern "C" {
 

@@ -66,6 +66,14 @@ vorn_result create(const Image *src, uint32_t src_w, uint32_t src_h, vorn_pyrami
 
 }  // namespace
 
+void vorn::pyramid_refill_mono(vorn_pyramid *pyr, const vorn_mono_image *src, uint16_t *scratch) {
+  const vorn_mono_image *prev = src;
+  for (uint32_t i = 0; i < pyr->count; ++i) {
+    pyramid_reduce_plane(prev->data, prev->width, prev->height, pyr->monos[i]->data, scratch);
+    prev = pyr->monos[i];
+  }
+}
+
 extern "C" {
 
 VORN_API vorn_result vorn_pyramid_create(const vorn_image *image, vorn_pyramid **out, uint32_t levels) {

@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "bkmodel/bk_mog.h"
+#include "core/plain.h"
 #include "scene.h"
 #include "video_reader.h"
 #include "vorn.h"
@@ -77,11 +77,11 @@ void run_pair(const Setup &s) {
   for (int k = 0; k < (int)fr.size(); ++k) {
     vorn_result r[2];
     for (int side = 0; side < 2; ++side) {
-      vorn::bk_mog_set_plain(side == 0);
+      vorn::set_plain_paths(side == 0);
       if (s.before) s.before(g[side], k);
       r[side] = vorn_guard_put_image(g[side], const_cast<uint8_t *>(fr[k].data()), VORN_FRAME_BMP24);
     }
-    vorn::bk_mog_set_plain(false);
+    vorn::set_plain_paths(false);
     ASSERT_EQ(r[0], r[1]) << "frame " << k;
     vorn_bk_model *m[2];
     vorn_mono_image *fg[2], *mask[2];
