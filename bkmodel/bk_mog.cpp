@@ -74,6 +74,19 @@ void find_runs(vorn_bk_model *m, mog_ext *e) {
   }
 }
 
+// The clean-up after the update: the rows the mask's runs span, and fg is 0 outside them (the update and the
+// first frame write 0 wherever the mask is). The plain path leaves the clean-up to its own scan.
+void tell_rows(vorn_bk_model *m, const mog_ext *e) {
+  if (plain_paths()) return;
+  const uint32_t w = m->fg->width;
+  m->rows_known = m->fg_zero_outside = 1;
+  m->row_first = m->row_end = 0;
+  if (e->runs_n && w) {
+    m->row_first = e->runs[0].begin / w;
+    m->row_end = (e->runs[e->runs_n - 1].end - 1) / w + 1;
+  }
+}
+
 // live <- live ∪ runs.
 void widen_live(mog_ext *e) {
   e->live_n = runs_union(e->live, e->live_n, e->runs, e->runs_n, e->scratch);
@@ -156,6 +169,7 @@ VORN_API vorn_result bk_model_process_mog(vorn_bk_model *m, uint8_t *frame, uint
   mog_state s = state_of(m);
   const mog_planes p = planes_of(m);
   find_runs(m, e);
+  tell_rows(m, e);
   if (m->frame_count == 0) {
     first_frame(m, e, &s, &p);
     return bk_model_process_end(m, VORN_OK);
