@@ -169,7 +169,9 @@ size_t mog_update_pixels_avx512(mog_state *st_, const mog_planes *p, size_t begi
         const __m512d wn = counting ? _mm512_sub_pd(w, _mm512_mul_pd(w, r)) : _mm512_mul_pd(_mm512_sub_pd(one, r), w);
         const __m512d wm = _mm512_add_pd(w, _mm512_mul_pd(_mm512_sub_pd(one, w), r));
         const __m512d nw = sel(wn, wm, is[s]);
-        st(G.weight(s), nw, mt);
+        // Only lanes whose weight changes are stored: a slot that keeps its weights (unused ones, weight 0)
+        // leaves its line clean.
+        st(G.weight(s), nw, (__mmask8)(mt & _mm512_cmpneq_epi64_mask(_mm512_castpd_si512(nw), _mm512_castpd_si512(w))));
         if (is[s]) {
           const __m512d rn =
               counting ? reciprocal(ldc(G.count(s)), recip) : _mm512_div_pd(one, _mm512_mul_pd(nw, hist));
