@@ -32,12 +32,7 @@ const std::vector<std::vector<uint8_t>> &bmp24_frames() {
   static std::vector<std::vector<uint8_t>> frames;
   if (frames.empty()) {
     const vorn_bench::Clip &c = vorn_bench::street_clip(kFrames);
-    const size_t row = (size_t)c.width * 3;
-    for (const auto &f : c.bgr) {
-      std::vector<uint8_t> b(row * c.height);
-      for (int y = 0; y < c.height; ++y) memcpy(&b[(c.height - 1 - y) * row], &f[y * row], row);
-      frames.push_back(std::move(b));
-    }
+    for (const auto &f : c.bgr) frames.push_back(vorn_bench::to_bmp24(f.data(), c.width, c.height, (size_t)c.width * 3));
   }
   return frames;
 }

@@ -44,11 +44,8 @@ const Frames &frames_at(int width, int height, int count) {
     cv::Mat src(clip.height, clip.width, CV_8UC3, const_cast<uint8_t *>(raw.data())), m;
     if (width == clip.width && height == clip.height) m = src.clone();
     else cv::resize(src, m, cv::Size(width, height), 0, 0, cv::INTER_LINEAR);
-    const size_t row = (size_t)width * 3;
-    std::vector<uint8_t> b(row * height);
-    for (int y = 0; y < height; ++y) memcpy(&b[(height - 1 - y) * row], m.ptr(y), row);
+    f.bmp24.push_back(vorn_bench::to_bmp24(m.ptr(0), width, height, m.step));
     f.bgr.push_back(m);
-    f.bmp24.push_back(std::move(b));
   }
   cache.push_back(std::move(f));
   return cache.back();
