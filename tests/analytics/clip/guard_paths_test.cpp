@@ -20,7 +20,7 @@
 namespace {
 
 constexpr const char *kClip = "/usr/share/doc/opencv-doc/examples/data/vtest.avi";
-constexpr int kFrames = 90;
+constexpr int kFrames = 75;
 
 // The frames as bottom-up 24-bit rows.
 const std::vector<std::vector<uint8_t>> &frames(int *width, int *height) {
@@ -165,15 +165,15 @@ TEST(GuardPaths, ChangingMaskAndResetAgree) {
                 vorn_bk_model_get_mask(m, &own);
                 for (size_t i = 0; i < (size_t)w * h; i += 7) own->data[i] = (uint8_t)(i % 3 ? 255 : 9);
               }
-              if (k == 60) {
+              if (k == 58) {
                 vorn_bk_model_vtable t;
                 vorn_bk_model_init(2, &t);
                 vorn_bk_model *m;
                 vorn_guard_get_bk_model(g, &m);
                 t.reset(m);
               }
-              if (k == 61) set_mask(g, w, h, rows_mask(w, h, 250, 350));
-              if (k == 75) set_mask(g, w, h, rows_mask(w, h, 0, h));
+              if (k == 59) set_mask(g, w, h, rows_mask(w, h, 250, 350));
+              if (k == 68) set_mask(g, w, h, rows_mask(w, h, 0, h));
             }});
 }
 
