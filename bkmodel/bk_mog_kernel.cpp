@@ -206,16 +206,15 @@ void mog_update_pixels_c(mog_state *s, const mog_planes *p, size_t begin, size_t
   }
 }
 
-mog_kernels mog_kernels_for(uint32_t cpu) {
-  mog_kernels t = {nullptr};
-  if (cpu & kCpuAvx512) t.update = mog_update_pixels_avx512;
-  else if (cpu & kCpuAvx2) t.update = mog_update_pixels_avx2;
-  return t;
+const MogKernels &mog_kernels() {
+  static const MogKernels kAvx512 = {mog_update_pixels_avx512}, kAvx2 = {mog_update_pixels_avx2}, kPlain = {nullptr};
+  const uint32_t f = cpu_flags();
+  return (f & kCpuAvx512) ? kAvx512 : (f & kCpuAvx2) ? kAvx2 : kPlain;
 }
 
 void mog_update_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end, uint32_t n,
                        const mog_consts *k) {
-  const mog_kernels t = mog_kernels_for(cpu_flags());
+  const MogKernels &t = mog_kernels();
   if (t.update) begin += t.update(s, p, begin, end, n, k);
   mog_update_pixels_c(s, p, begin, end, n, k);
 }

@@ -82,11 +82,14 @@ size_t mog_update_pixels_avx2(mog_state *s, const mog_planes *p, size_t begin, s
 size_t mog_update_pixels_avx512(mog_state *s, const mog_planes *p, size_t begin, size_t end, uint32_t n,
                                 const mog_consts *k);
 
-// The family's kernels: the widest vector update this CPU has (null when none), the plain rule finishing.
-struct mog_kernels {
+// The family's table: a vector update that handles whole runs from `begin` and returns how many pixels it did,
+// leaving the rest to the plain rule. A null entry does none.
+struct MogKernels {
   mog_update_fn update;
 };
-mog_kernels mog_kernels_for(uint32_t cpu);
+
+// The table for this CPU (honours cpu_set_mask): AVX-512, else AVX2, else null.
+const MogKernels &mog_kernels();
 
 // The update with the fastest kernel this CPU has (equal output to mog_update_pixels_c).
 void mog_update_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end, uint32_t n,
