@@ -33,7 +33,7 @@ struct Square {
 using namespace vorn;
 
 extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
-  if (!mat) return VORN_E_NULL;
+  if (!mat || (!mat->data && mat->rows > 0 && mat->cols > 0)) return VORN_E_NULL;
   if (mat->rows != mat->cols) return VORN_E_PARAM;
   const int32_t n = mat->rows > 0 ? mat->rows : 0;
   // Pivot records of matrices up to 16 x 16 (a filter's) stay on the stack; larger ones take blocks.

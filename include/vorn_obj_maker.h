@@ -49,7 +49,8 @@ VORN_API vorn_result vorn_obj_maker_destroy(vorn_obj_maker *maker);
 /* vorn_obj_maker_process: extracts the objects of one mask, overwriting those of the previous run.
  * Returns VORN_OK, VORN_E_NULL, VORN_E_PARAM (mask size differs; block mode on a frame under 4 x 4). */
 VORN_API vorn_result vorn_obj_maker_process(vorn_obj_maker *maker, const vorn_mono_image *mask);
-/* vorn_obj_maker_get_obj: the object array and the number of objects of the last run (outs cleared first). */
+/* Getters: outputs are cleared first; VORN_E_NULL for a NULL maker or output. */
+/* vorn_obj_maker_get_obj: the object array and the number of objects of the last run. */
 VORN_API vorn_result vorn_obj_maker_get_obj(vorn_obj_maker *maker, vorn_obj **objs, uint32_t *count);
 /* vorn_obj_maker_get_fg: the maker's cell-sized foreground image (NULL in contour mode). */
 VORN_API vorn_result vorn_obj_maker_get_fg(vorn_obj_maker *maker, vorn_mono_image **fg);

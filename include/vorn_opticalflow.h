@@ -33,7 +33,7 @@ VORN_API vorn_result vorn_mono_image_get_sub_pixel(const vorn_mono_image *image,
 /* vorn_opticalflow_lk — iterative Lucas-Kanade tracking of points from one grey frame to the next, at one
  * resolution (suited to motions of a few pixels).
  *   prev, cur        in, the two frames, same size (at least 2 x 2)
- *   prev_pts         in, count positions in prev
+ *   prev_pts         in, count positions in prev (the arrays are trusted to hold count entries)
  *   cur_pts          out, count positions in cur (the best estimate also for lost points)
  *   status           out, count flags VORN_FLOW_FOUND / VORN_FLOW_LOST, or NULL
  *   win_half         half-size of the square matching window ((2 win_half + 1)^2 pixels), 1 .. 64

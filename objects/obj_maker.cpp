@@ -66,37 +66,37 @@ VORN_API vorn_result vorn_obj_maker_process(vorn_obj_maker *maker, const vorn_mo
 VORN_API vorn_result vorn_obj_maker_get_obj(vorn_obj_maker *maker, vorn_obj **objs, uint32_t *count) {
   if (objs) *objs = nullptr;
   if (count) *count = 0;
-  if (!maker) return VORN_E_NULL;
-  if (objs) *objs = maker->objs;
-  if (count) *count = maker->obj_count;
+  if (!maker || !objs || !count) return VORN_E_NULL;
+  *objs = maker->objs;
+  *count = maker->obj_count;
   return VORN_OK;
 }
 
 VORN_API vorn_result vorn_obj_maker_get_fg(vorn_obj_maker *maker, vorn_mono_image **fg) {
   if (fg) *fg = nullptr;
-  if (!maker) return VORN_E_NULL;
-  if (fg) *fg = maker->fg_image;
+  if (!maker || !fg) return VORN_E_NULL;
+  *fg = maker->fg_image;
   return VORN_OK;
 }
 
 VORN_API vorn_result vorn_obj_maker_get_point_list(vorn_obj_maker *maker, vorn_point **points) {
   if (points) *points = nullptr;
-  if (!maker) return VORN_E_NULL;
-  if (points) *points = maker->point_buffer;
+  if (!maker || !points) return VORN_E_NULL;
+  *points = maker->point_buffer;
   return VORN_OK;
 }
 
 VORN_API vorn_result vorn_obj_maker_get_block_width(vorn_obj_maker *maker, uint32_t *width) {
   if (width) *width = 0;
-  if (!maker) return VORN_E_NULL;
-  if (width) *width = maker->block_width;
+  if (!maker || !width) return VORN_E_NULL;
+  *width = maker->block_width;
   return VORN_OK;
 }
 
 VORN_API vorn_result vorn_obj_maker_get_block_height(vorn_obj_maker *maker, uint32_t *height) {
   if (height) *height = 0;
-  if (!maker) return VORN_E_NULL;
-  if (height) *height = maker->block_height;
+  if (!maker || !height) return VORN_E_NULL;
+  *height = maker->block_height;
   return VORN_OK;
 }
 

@@ -116,7 +116,7 @@ vorn_result obj_maker_extract_blocks(vorn_obj_maker *m, const vorn_mono_image *m
 extern "C" {
 
 VORN_API vorn_result vorn_obj_maker_clear_obj(vorn_obj_maker *maker, uint32_t index, vorn_mono_image *image) {
-  if (!maker || !image) return VORN_E_NULL;
+  if (!maker || !image || !image->data) return VORN_E_NULL;
   if (!maker->cell_image || index >= maker->max_objs) return VORN_E_PARAM;
   const uint32_t bw = maker->block_width, bh = maker->block_height;
   if (image->width / bw != maker->cell_image->width || image->height / bh != maker->cell_image->height) {

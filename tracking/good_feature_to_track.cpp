@@ -133,6 +133,7 @@ vorn_result good_features(const vorn_image *image, uint32_t min_distance, vorn_p
   const uint32_t W = image->width, H = image->height;
   if (mask && (mask->width != W || mask->height != H)) return VORN_E_PARAM;
   if (mask && !mask->data) return VORN_E_NULL;
+  if (map && (!map->plane[0] || !map->plane[1] || !map->plane[2])) return VORN_E_NULL;
   if (map && (map->width != W || map->height != H)) return VORN_E_PARAM;
   if (image->format > VORN_FORMAT_HSV) return VORN_E_PARAM;
   uint32_t n;

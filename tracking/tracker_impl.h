@@ -75,7 +75,7 @@ struct vorn_tracker {
 namespace vorn {
 
 // One frame's association, chain bookkeeping and track births and deaths, after the object maker has run.
-void tracker_frame_step(vorn_tracker *t);
+vorn_result tracker_frame_step(vorn_tracker *t);
 
 }  // namespace vorn
 

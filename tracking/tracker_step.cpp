@@ -361,7 +361,8 @@ void compact_chains(vorn_tracker *t) {
 
 }  // namespace
 
-void tracker_frame_step(vorn_tracker *t) {
+vorn_result tracker_frame_step(vorn_tracker *t) {
+  vorn_result failed = VORN_OK;
   // The oldest frame buffer becomes the newest.
   Track *oldest = t->frames[kChainLength - 1];
   for (int i = kChainLength - 1; i > 0; --i) t->frames[i] = t->frames[i - 1];
@@ -407,11 +408,16 @@ void tracker_frame_step(vorn_tracker *t) {
     bool complete = true;
     for (int s = 0; s < kChainLength; ++s) complete = complete && c->slot[s];
     if (!complete || !fit_path(t, c)) continue;
-    create_track(t, *c);
+    const vorn_result r = create_track(t, *c);
+    if (r == VORN_E_NOMEM) {
+      failed = r;
+      continue;
+    }
     c->slot[0] = nullptr;
   }
 
   compact_chains(t);
+  return failed;
 }
 
 }  // namespace vorn
