@@ -52,6 +52,7 @@ VORN_API vorn_result vorn_linecount_create(const vorn_linecount_params *params, 
   c->max_lost = or_default(params->max_lost, kDefaultMaxLost);
   c->hysteresis = (float)or_default(params->hysteresis, kDefaultHysteresis);
   c->anchor = params->anchor;
+  c->split_aspect = params->split_aspect;
   vorn_bk_model_init(params->bk_type, &c->bk_ops);
   vorn_bk_model_init_params mp = {kModelHistory, params->width, params->height, params->format};
   void *model = nullptr;
@@ -62,6 +63,7 @@ VORN_API vorn_result vorn_linecount_create(const vorn_linecount_params *params, 
     c->bk_ops.set_param(c->bk_model, 0x101, VORN_BK_PARAM_WINDOW);
     c->bk_ops.set_param(c->bk_model, 0x201, VORN_BK_PARAM_DILATE);
     c->bk_ops.set_param(c->bk_model, 0x101, VORN_BK_PARAM_ERODE);
+    if (params->learn_frames) c->bk_ops.set_param(c->bk_model, params->learn_frames, VORN_BK_PARAM_LEARN_FRAMES);
     vorn_obj_maker_params op = {params->width, params->height, vorn::lc::kMaxDetections, 1};
     r = vorn_obj_maker_create(&op, &c->obj_maker);
   }

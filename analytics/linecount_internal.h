@@ -62,7 +62,7 @@ struct Box {
 }  // namespace vorn
 
 struct vorn_linecount {
-  uint32_t width, height, min_area, confirm_hits, max_lost, anchor;
+  uint32_t width, height, min_area, confirm_hits, max_lost, anchor, split_aspect;
   float hysteresis;
   vorn_bk_model_vtable bk_ops;
   vorn_bk_model *bk_model;

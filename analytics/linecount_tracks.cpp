@@ -197,6 +197,22 @@ void collect_detections(vorn_linecount *c, const vorn_obj *objs, uint32_t count)
   uint32_t kept = 0;
   for (uint32_t i = 0; i < n; ++i)
     if (width_of(c->dets[i]) * height_of(c->dets[i]) >= (float)c->min_area) c->dets[kept++] = c->dets[i];
+  // Objects much wider than one are several side by side: cut them into equal parts.
+  if (c->split_aspect) {
+    const uint32_t whole = kept;
+    for (uint32_t i = 0; i < whole; ++i) {
+      const Box b = c->dets[i];
+      const float one = height_of(b) * (float)c->split_aspect / 100.0f;
+      if (one <= 0 || width_of(b) <= 1.5f * one) continue;
+      uint32_t parts = (uint32_t)lroundf(width_of(b) / one);
+      const float step = width_of(b) / (float)parts;
+      for (uint32_t k = 0; k < parts; ++k) {
+        Box part = {b.left + step * (float)k, b.top, b.left + step * (float)(k + 1), b.bottom};
+        if (k == 0) c->dets[i] = part;
+        else if (kept < kMaxDetections) c->dets[kept++] = part;
+      }
+    }
+  }
   c->det_count = kept;
 }
 

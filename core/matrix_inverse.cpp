@@ -36,11 +36,18 @@ extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
   if (!mat) return VORN_E_NULL;
   if (mat->rows != mat->cols) return VORN_E_PARAM;
   const int32_t n = mat->rows > 0 ? mat->rows : 0;
-  int32_t *row_pivot = block_new<int32_t>((size_t)n);
-  int32_t *col_pivot = row_pivot ? block_new<int32_t>((size_t)n) : nullptr;
-  if (!row_pivot || !col_pivot) {
-    block_release(row_pivot);
-    return VORN_E_NOMEM;
+  // Small matrices (a Kalman filter's innovation covariance, inverted every frame) keep their pivots on the
+  // stack, so that a filter running frame after frame allocates nothing.
+  constexpr int32_t kStackPivots = 16;
+  int32_t stack_rows[kStackPivots], stack_cols[kStackPivots];
+  int32_t *row_pivot = stack_rows, *col_pivot = stack_cols;
+  if (n > kStackPivots) {
+    row_pivot = block_new<int32_t>((size_t)n);
+    col_pivot = row_pivot ? block_new<int32_t>((size_t)n) : nullptr;
+    if (!row_pivot || !col_pivot) {
+      block_release(row_pivot);
+      return VORN_E_NOMEM;
+    }
   }
   Square m{mat->data, n};
   vorn_result result = VORN_OK;
@@ -83,7 +90,9 @@ extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
       if (row_pivot[k] != k) m.swap_cols(k, row_pivot[k]);
     }
   }
-  block_release(row_pivot);
-  block_release(col_pivot);
+  if (row_pivot != stack_rows) {
+    block_release(row_pivot);
+    block_release(col_pivot);
+  }
   return result;
 }

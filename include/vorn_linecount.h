@@ -46,6 +46,9 @@ typedef struct vorn_linecount_params {
   uint32_t max_lost;      /* frames a confirmed track survives unmatched [15] */
   uint32_t hysteresis;    /* pixels beyond the line the anchor must reach [4] */
   uint32_t anchor;        /* VORN_LINECOUNT_ANCHOR_* [bottom] */
+  uint32_t learn_frames;  /* frames the model learns before it reports foreground [the model's own] */
+  uint32_t split_aspect;  /* width of one object in percent of its height: an object more than 1.5 times as
+                           * wide is taken for several side by side and split evenly [0: never split] */
 } vorn_linecount_params;
 
 /* One crossing of the last frame. */

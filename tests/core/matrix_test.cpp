@@ -1,10 +1,12 @@
 #include <math.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "core/fault_inject.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -167,13 +169,21 @@ TEST(Matrix, InversePivotsAndUnswaps) {
   for (int i = 0; i < 4; ++i)
     for (int j = 0; j < 4; ++j) EXPECT_NEAR(vorn_matrix_get_value(id, j, i), i == j ? 1.0 : 0.0, 1e-5);
 
-  // Allocation of the pivot tables fails cleanly and leaves m untouched.
-  vorn_matrix *keep = M(2, 2, {2, 0, 0, 4});
+  // Small matrices keep their pivot tables on the stack: a filter inverting one per frame allocates nothing.
+  vorn_matrix *small = M(2, 2, {2, 0, 0, 4});
+  if (vorn::fault_inject_available()) {
+    vorn::fault_inject_fail_at(0);
+    ASSERT_EQ(vorn_matrix_inverse(small), VORN_OK);
+    EXPECT_EQ(vorn::fault_inject_count(), 0u);
+  }
+  // A large one's tables come from blocks; their allocation fails cleanly and leaves the matrix untouched.
+  std::vector<float> twos(17 * 17, 0.0f);
+  for (int i = 0; i < 17; ++i) twos[i * 17 + i] = 2.0f;
+  vorn_matrix *keep = M(17, 17);
   EXPECT_GE(vorn_test::sweep_allocation_failures([&] {
+              std::copy(twos.begin(), twos.end(), keep->data);
               vorn_result r = vorn_matrix_inverse(keep);
-              if (r == VORN_E_NOMEM) {
-        EXPECT_EQ(elements(keep), (std::vector<float>{2, 0, 0, 4}));
-      }
+              if (r == VORN_E_NOMEM) EXPECT_EQ(elements(keep), twos);
               return r == VORN_OK;
             }),
             2);
