@@ -31,6 +31,8 @@ commands:
   demo          every available analytic on the built-in scene; outputs go to --out DIR (default out)
   info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON;
                 with no INPUT, lists the analytics and whether this build has them
+  eval EVENTS TRUTH  scores events (and track boxes) against hand-made truth or the built-in scene's truth:
+                precision, recall and F1 of crossings and passes, misses, switches and MOTA of tracks
   scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)
                 [--truth FILE.json]
   help          this text
@@ -65,7 +67,8 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
 }
 
 bool known_command(const std::string &c) {
-  return is_analytic_kind(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
+  return is_analytic_kind(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "eval" ||
+         c == "help";
 }
 
 }  // namespace
@@ -101,7 +104,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       return false;
     };
   };
-  auto analysing = [](const std::string &c) { return c != "scene" && c != "info"; };
+  auto analysing = [](const std::string &c) { return c != "scene" && c != "info" && c != "eval"; };
   auto any = [](const std::string &) { return true; };
   std::map<std::string, Option> options = {
       {"--config", {true, only({"run", "guard", "count", "track", "left", "bgsub", "plate", "trajectories"}),
@@ -189,6 +192,10 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
     return plan;
   }
   if (cmd == "info") return plan;
+  if (cmd == "eval") {
+    if (plan.inputs.size() != 2) usage_error("eval: give the events file and the truth file");
+    return plan;
+  }
   if (cmd == "demo") {
     if (!plan.inputs.empty()) usage_error("demo runs on the built-in scene and takes no input");
     if (plan.out_dir.empty()) plan.out_dir = "out";
