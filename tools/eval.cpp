@@ -197,6 +197,13 @@ std::vector<CrossingScore> score_crossings(const Truth &truth, const std::vector
     if (e.kind.find("_revised") != std::string::npos && !list.empty()) list.pop_back();
     list.push_back({e.frame, dir});
   }
+  // Each analytic's lines in the truth's order.
+  std::stable_sort(order.begin(), order.end(), [&](const auto &a, const auto &b) {
+    auto first = [&](const std::string &name) {
+      return std::find_if(order.begin(), order.end(), [&](const auto &k) { return k.first == name; }) - order.begin();
+    };
+    return first(a.first) != first(b.first) ? first(a.first) < first(b.first) : a.second < b.second;
+  });
   std::vector<CrossingScore> out;
   for (const auto &key : order) {
     const TruthLine &line = truth.lines[static_cast<size_t>(key.second)];

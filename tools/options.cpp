@@ -280,6 +280,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
         break;
       }
       case SettingType::kPolygon: settings.set_points(setting->field, parse_polygon(value, name)); break;
+      case SettingType::kPolyline: settings.set_points(setting->field, parse_polyline(value, name)); break;
     }
   }
 
