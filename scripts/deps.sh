@@ -5,7 +5,8 @@ set -eu
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 for what in "$@"; do
   case "$what" in
-    test) ;;
+    # The street clip the program's accuracy is measured on (tests/data/vtest_truth.json labels it).
+    test) pkgs="$pkgs opencv-doc" ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under

@@ -198,11 +198,11 @@ std::vector<CrossingScore> score_crossings(const Truth &truth, const std::vector
     list.push_back({e.frame, dir});
   }
   // Each analytic's lines in the truth's order.
+  std::map<std::string, size_t> first_seen;
+  for (size_t i = 0; i < order.size(); ++i) first_seen.emplace(order[i].first, i);
   std::stable_sort(order.begin(), order.end(), [&](const auto &a, const auto &b) {
-    auto first = [&](const std::string &name) {
-      return std::find_if(order.begin(), order.end(), [&](const auto &k) { return k.first == name; }) - order.begin();
-    };
-    return first(a.first) != first(b.first) ? first(a.first) < first(b.first) : a.second < b.second;
+    const size_t fa = first_seen[a.first], fb = first_seen[b.first];
+    return fa != fb ? fa < fb : a.second < b.second;
   });
   std::vector<CrossingScore> out;
   for (const auto &key : order) {
