@@ -43,6 +43,8 @@ Box box_of(const Json &arr, const std::string &origin) {
   return Box{v[0], v[1], v[2], v[3]};
 }
 
+constexpr int kSceneAreaTolerance = 50;
+
 // The built-in scene's truth: its guard crossings (down is the guarded direction) and its passes.
 void read_scene_truth(const Json &doc, Truth &t, const std::string &origin) {
   TruthLine guard{"guard", {}};
@@ -50,7 +52,8 @@ void read_scene_truth(const Json &doc, Truth &t, const std::string &origin) {
     guard.crossings.push_back(
         {static_cast<int64_t>(need(c, "frame", Json::kNumber, origin).number),
          need(c, "direction", Json::kString, origin).text == "down", false});
-  TruthLine count{"count", {}};
+  // A pass is reported when the second area is left, some way past the scene's moment of passing.
+  TruthLine count{"count", {}, kSceneAreaTolerance};
   for (const Json &p : need(need(doc, "count", Json::kObject, origin), "passes", Json::kArray, origin).items)
     count.crossings.push_back({static_cast<int64_t>(need(p, "frame", Json::kNumber, origin).number),
                                need(p, "from", Json::kNumber, origin).number == 0, false});
@@ -61,6 +64,15 @@ void read_marked_truth(const Json &doc, Truth &t, const std::string &origin) {
   if (const Json *tol = doc.find("tolerance")) t.tolerance = static_cast<int>(tol->number);
   for (const Json &l : need(doc, "lines", Json::kArray, origin).items) {
     TruthLine line{need(l, "name", Json::kString, origin).text, {}};
+    if (const Json *tol = l.find("tolerance")) line.tolerance = static_cast<int>(tol->number);
+    // Two areas on either side of a line are passed exactly when the line is crossed.
+    if (const Json *same = l.find("same_as")) {
+      auto it = std::find_if(t.lines.begin(), t.lines.end(), [&](const TruthLine &o) { return o.name == same->text; });
+      if (it == t.lines.end()) bad(origin, *same, "'same_as' names no earlier line");
+      line.crossings = it->crossings;
+      t.lines.push_back(line);
+      continue;
+    }
     for (const Json &c : need(l, "crossings", Json::kArray, origin).items) {
       const std::string &dir = need(c, "dir", Json::kString, origin).text;
       if (dir != "in" && dir != "out") bad(origin, c, "'dir' must be \"in\" or \"out\"");
@@ -210,11 +222,12 @@ std::vector<CrossingScore> score_crossings(const Truth &truth, const std::vector
     std::vector<TruthCrossing> firm, doubtful;
     for (const TruthCrossing &c : line.crossings) (c.optional ? doubtful : firm).push_back(c);
     const auto &evs = by_target[key];
-    std::vector<int> to_firm = pair_up(evs, firm, truth.tolerance);
+    const int tolerance = line.tolerance >= 0 ? line.tolerance : truth.tolerance;
+    std::vector<int> to_firm = pair_up(evs, firm, tolerance);
     std::vector<std::pair<int64_t, int>> rest;
     for (size_t i = 0; i < evs.size(); ++i)
       if (to_firm[i] < 0) rest.push_back(evs[i]);
-    std::vector<int> to_doubtful = pair_up(rest, doubtful, truth.tolerance);
+    std::vector<int> to_doubtful = pair_up(rest, doubtful, tolerance);
     CrossingScore s{key.first, line.name};
     s.hits = static_cast<int>(evs.size() - rest.size());
     s.false_events = static_cast<int>(std::count(to_doubtful.begin(), to_doubtful.end(), -1));

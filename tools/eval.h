@@ -23,6 +23,7 @@ struct TruthCrossing {
 struct TruthLine {
   std::string name;
   std::vector<TruthCrossing> crossings;
+  int tolerance = -1;  // frames an event may lie from its crossing; -1: the truth's
 };
 
 struct TruthObject {
