@@ -70,4 +70,21 @@ BkModelRunner::Step BkModelRunner::feed(const Frame &frame) {
   return Step::kForeground;
 }
 
+bool BkModelRunner::background_bmp24(std::vector<uint8_t> &out) const {
+  vorn_image *bk = nullptr;
+  if (ops_.get_bk(model_, &bk) != VORN_OK || !bk || bk->format != VORN_FORMAT_RGB) return false;
+  const size_t w = bk->width, h = bk->height, stride = (w * 3 + 3) & ~size_t(3);
+  out.assign(stride * h, 0);
+  for (size_t y = 0; y < h; ++y) {
+    uint8_t *row = out.data() + stride * (h - 1 - y);  // bottom-up
+    for (size_t x = 0; x < w; ++x) {
+      const size_t i = y * w + x;
+      row[3 * x] = bk->plane[2][i];
+      row[3 * x + 1] = bk->plane[1][i];
+      row[3 * x + 2] = bk->plane[0][i];
+    }
+  }
+  return true;
+}
+
 }  // namespace vt

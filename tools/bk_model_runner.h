@@ -30,6 +30,8 @@ class BkModelRunner {
   // width x height bytes, 255 where something differs from the background, else 0; all 0 until the first
   // foreground. (The block model's own mask, which marks unchanged blocks, is turned the same way round.)
   const uint8_t *mask() const { return mask_.data(); }
+  // The model's background as raw 24-bit bitmap rows (VORN_FRAME_BMP24), or false while it has none.
+  bool background_bmp24(std::vector<uint8_t> &out) const;
   int64_t learning_frames() const { return learning_; }
   int64_t scene_changes() const { return scene_changes_; }
 
