@@ -188,8 +188,8 @@ extern const AnalyticSpec left_analytic = {
      {"learn_frames", SettingType::kInteger, "N",
       "frames the starting background is learned from (0: the first frame is the background); also the refreshed "
       "background's", 50, 0, 1000000},
-     {"learn_model", SettingType::kInteger, "TYPE", "background-model type that learns the starting background", 2, 1,
-      8},
+     {"learn_model", SettingType::kInteger, "TYPE", "background-model type that learns the starting background (8: the bay-mean model the detector relearns with)", 8,
+      1, 8},
      {"scenecut", SettingType::kFlag, "", "relearn the background after a scene change"}},
     create_left,
     validate_left,
