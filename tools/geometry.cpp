@@ -1,5 +1,6 @@
 #include "geometry.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
@@ -78,5 +79,10 @@ void check_inside(const Polygon &p, int width, int height, const std::string &wh
 }
 
 std::string to_string(const Pt &p) { return "(" + std::to_string(p.x) + "," + std::to_string(p.y) + ")"; }
+
+Box clip_box(const Box &b, int width, int height) {
+  auto clamp = [](int v, int hi) { return std::min(std::max(v, 0), hi); };
+  return Box{clamp(b.left, width), clamp(b.top, height), clamp(b.right, width), clamp(b.bottom, height)};
+}
 
 }  // namespace vt

@@ -40,6 +40,9 @@ void check_polygon(const Polygon &p, const std::string &what);
 
 std::string to_string(const Pt &p);
 
+// The part of a box inside a width x height frame (empty boxes stay at the frame's edge).
+Box clip_box(const Box &b, int width, int height);
+
 }  // namespace vt
 
 #endif

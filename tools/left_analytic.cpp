@@ -55,7 +55,7 @@ class LeftAnalytic : public Analytic {
     uint32_t n = 0;
     current_.clear();
     if (vorn_obld_get_lost_objects_rect(obld_.get(), rects, &n) == VORN_OK)
-      for (uint32_t i = 0; i < n && i < 32; ++i) current_.push_back(box_of(rects[i]));
+      for (uint32_t i = 0; i < n && i < 32; ++i) current_.push_back(clip_box(box_of(rects[i]), width_, height_));
     // A box is one object for as long as some box of the next frames overlaps it by half; it is reported once when
     // it appears and once when it is gone.
     std::vector<Known> still;

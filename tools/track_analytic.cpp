@@ -42,12 +42,12 @@ class TrackAnalytic : public Analytic {
         Event e;
         e.kind = "track_start";
         e.ids = {o.id};
-        e.boxes = {Box{o.left, o.top, o.right, o.bottom}};
+        e.boxes = {clip_box(Box{o.left, o.top, o.right, o.bottom}, width_, height_)};
         e.counts = {{"live", static_cast<int64_t>(n)}};
         events.push_back(e);
         ++started_;
       }
-      t.box = Box{o.left, o.top, o.right, o.bottom};
+      t.box = clip_box(Box{o.left, o.top, o.right, o.bottom}, width_, height_);
       t.trace.push_back(Pt{o.cx, o.cy});
       if (t.trace.size() > kTraceLength) t.trace.erase(t.trace.begin());
       live[o.id] = std::move(t);
