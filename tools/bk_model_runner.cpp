@@ -67,7 +67,17 @@ BkModelRunner::Step BkModelRunner::feed(const Frame &frame) {
   } else {
     for (size_t i = 0; i < n; ++i) mask_[i] = fg->data[i] ? 255 : 0;
   }
+  if (!area_.empty())
+    for (size_t i = 0; i < n; ++i) mask_[i] &= area_[i];
   return Step::kForeground;
+}
+
+void BkModelRunner::restrict_to(const std::vector<uint8_t> &area) {
+  area_ = area;
+  if (area_.empty()) return;
+  vorn_mono_image m{static_cast<uint32_t>(width_), static_cast<uint32_t>(height_), area_.data()};
+  vorn_result r = vorn_bk_model_set_mask(model_, &m);
+  if (r != VORN_OK) library_failed(who_, "setting the watched area", r);
 }
 
 bool BkModelRunner::background_bmp24(std::vector<uint8_t> &out) const {
