@@ -67,16 +67,12 @@ class LinecountAnalytic : public Analytic {
     }
     trails_ = std::move(trails);
     for (auto it = flash_.begin(); it != flash_.end();) it = --it->second > 0 ? std::next(it) : flash_.erase(it);
-    const int every = settings_.integer("boxes_every");
-    if (every > 0 && frame.index % every == 0) {
-      Event e;
-      e.kind = "boxes";
-      for (const Live &l : live_) {
-        e.ids.push_back(l.id);
-        e.boxes.push_back(l.box);
-      }
-      events.push_back(e);
-    }
+    add_boxes_event(
+        settings_.integer("boxes_every"), frame,
+        [this](auto fn) {
+          for (const Live &l : live_) fn(l.id, l.box);
+        },
+        events);
     vorn_mono_image *fg = nullptr;
     fg_ = whole_frame_mask(vorn_linecount_get_fg(counter_.get(), &fg), fg, width_, height_);
   }
@@ -213,8 +209,7 @@ extern const AnalyticSpec linecount_analytic = {
      {"split_aspect", SettingType::kInteger, "PCT",
       "width of one object in percent of its height; wider objects are split (0: never)", 0, 0, 1000},
      {"centre_anchor", SettingType::kFlag, "", "count the box centre crossing, not its bottom centre"},
-     {"boxes_every", SettingType::kInteger, "N", "a \"boxes\" event with every live track every N frames (0: none)",
-      0, 0, 1000000}},
+     boxes_every_setting()},
     create_linecount,
     validate_linecount,
     draw_linecount_geometry,

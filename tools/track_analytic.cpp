@@ -72,16 +72,12 @@ class TrackAnalytic : public Analytic {
       events.push_back(e);
     }
     tracks_ = std::move(live);
-    const int every = settings_.integer("boxes_every");
-    if (every > 0 && frame.index % every == 0) {
-      Event e;
-      e.kind = "boxes";
-      for (const auto &kv : tracks_) {
-        e.ids.push_back(kv.first);
-        e.boxes.push_back(kv.second.box);
-      }
-      events.push_back(e);
-    }
+    add_boxes_event(
+        settings_.integer("boxes_every"), frame,
+        [this](auto fn) {
+          for (const auto &kv : tracks_) fn(kv.first, kv.second.box);
+        },
+        events);
     vorn_mono_image *fg = nullptr;
     fg_ = whole_frame_mask(vorn_tracker_get_fg(tracker_.get(), &fg), fg, width_, height_);
   }
@@ -141,9 +137,7 @@ std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const S
 
 extern const AnalyticSpec track_analytic = {
     "track", "moving objects and their tracks", true, false,
-    {{"boxes_every", SettingType::kInteger, "N", "a \"boxes\" event with every live track every N frames (0: none)",
-      0, 0, 1000000},
-     region_setting(), mask_setting()},
+    {boxes_every_setting(), region_setting(), mask_setting()},
     create_track,
     validate_watched_area,
     draw_watched_region,
