@@ -14,7 +14,7 @@ all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-	@scripts/deps.sh test tools python
+	@scripts/deps.sh test tools python gst
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -81,11 +81,13 @@ bench-micro:
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 
 # The library, its headers, CMake package and pkg-config file, the plate reader's weights, and the `vorn` program
-# with its manual page and bash completion under $(PREFIX) (DESTDIR is honoured).
+# with its manual page and bash completion under $(PREFIX); the GStreamer plugin in the system's GStreamer plugin
+# folder (GST_PLUGIN_DIR picks another). DESTDIR is honoured.
+GST_PLUGIN_DIR ?= $(shell pkg-config --variable=pluginsdir gstreamer-1.0 2>/dev/null)
 install:
-	@scripts/deps.sh tools
+	@scripts/deps.sh tools gst
 	cmake -S . -B build/dist -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
-	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=ON
+	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=ON -DVORN_GST_PLUGIN_DIR=$(GST_PLUGIN_DIR)
 	cmake --build build/dist -j $(JOBS)
 	cmake --install build/dist
 

@@ -105,14 +105,9 @@ std::string iso8601(double wall) {
   return out;
 }
 
-// Frame number and time in the top-left corner.
-void draw_header(Canvas &c, const Frame &f) {
-  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
-}
-
 void draw_overlay(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analytics, const Frame &f) {
   for (const auto &a : analytics) a->draw(c);
-  draw_header(c, f);
+  draw_frame_header(c, f);
 }
 
 // Totals over the snapshot's bottom rows, one line per analytic.
@@ -289,6 +284,10 @@ static void check_output(const std::string &path, const std::string &what) {
   if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
     usage_error(what + ": folder '" + dir + "' does not exist");
   if (access(dir.c_str(), W_OK) != 0) usage_error(what + ": folder '" + dir + "' is not writable");
+}
+
+void draw_frame_header(Canvas &c, const Frame &f) {
+  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
 }
 
 std::string stream_path(const std::string &path, int index, int streams) {

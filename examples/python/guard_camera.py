@@ -27,7 +27,7 @@ def numbers(text, count):
     return tuple(values)
 
 
-def event_line(frame, time, kind, traces, counts):
+def event_line(stream_name, frame, time, kind, traces, counts):
     """One event as `vorn guard` writes it: the crossing features' indices and the boxes around their traces."""
     ids, boxes = [], []
     for i, t in enumerate(traces):
@@ -36,8 +36,8 @@ def event_line(frame, time, kind, traces, counts):
             boxes.append([min(t.start.x, t.end.x), min(t.start.y, t.end.y),
                           max(t.start.x, t.end.x) + 1, max(t.start.y, t.end.y) + 1])
     # times are rounded to milliseconds, halves away from zero, and written as the shortest decimal
-    event = {"stream": 0, "frame": frame, "time": math.floor(time * 1000 + 0.5) / 1000, "analytic": "guard",
-             "kind": kind, "ids": ids, "boxes": boxes, "counts": counts}
+    event = {"stream": 0, "stream_name": stream_name, "frame": frame, "time": math.floor(time * 1000 + 0.5) / 1000,
+             "analytic": "guard", "kind": kind, "ids": ids, "boxes": boxes, "counts": counts}
     return json.dumps(event, separators=(",", ":"))
 
 
@@ -96,6 +96,7 @@ def main(argv=None):
     ap.add_argument("--model", type=int, default=2, help="background-model type (2: mixture of Gaussians)")
     ap.add_argument("--fps", type=float, default=0, help="frame rate for event times (default: the input's, else 25)")
     ap.add_argument("--frames", type=int, default=0, help="stop after N frames")
+    ap.add_argument("--stream-name", help="the events' stream_name (default: the input as given)")
     ap.add_argument("--show", action="store_true", help="show the annotated frames in a window")
     ap.add_argument("--annotate", metavar="OUT", help="write the annotated frames to a video file")
     args = ap.parse_args(argv)
@@ -115,6 +116,7 @@ def main(argv=None):
         writer = cv2.VideoWriter(args.annotate, cv2.VideoWriter_fourcc(*"mp4v"), fps, (width, height))
 
     events = GuardEvents()
+    name = args.stream_name or args.input
     with vorn.Guard(width, height, bk_type=args.model) as guard:
         guard.set_lines(args.line, args.direction, args.half_width)
         band = vorn.line_region(args.line, args.half_width, (width, height))
@@ -124,10 +126,10 @@ def main(argv=None):
             traces = guard.traces()
             time = index / fps
             if status == vorn.Status.SCENE_CHANGE:
-                print(event_line(index, time, "scene_change", [], {}), flush=True)
+                print(event_line(name, index, time, "scene_change", [], {}), flush=True)
             kind = events.update(guard.event)
             if kind:
-                print(event_line(index, time, kind, traces,
+                print(event_line(name, index, time, kind, traces,
                                  {"triggers": events.triggers, "crosses": events.crosses}), flush=True)
             if writer or args.show:
                 draw(frame, guard, band, traces, f"guard TRIGGER {events.triggers}  CROSS {events.crosses}")

@@ -18,7 +18,8 @@ def test_example_reports_exactly_the_events_of_the_program():
     want = subprocess.run([tool, "guard", "--frames", frames, "--quiet"], check=True, capture_output=True,
                           text=True).stdout.splitlines()
     got = subprocess.run([sys.executable, str(ROOT / "examples" / "python" / "guard_camera.py"),
-                          os.path.join(scene_dir(), "%04d.png"), "--fps", "25", "--frames", frames],
+                          os.path.join(scene_dir(), "%04d.png"), "--fps", "25", "--frames", frames,
+                          "--stream-name", "@scene"],
                          check=True, capture_output=True, text=True).stdout.splitlines()
     assert len(want) >= 3 and any('"cross"' in line for line in want)  # triggers and crosses both covered
     assert got == want
