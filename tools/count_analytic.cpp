@@ -116,10 +116,20 @@ void validate_count(const AnalyticSettings &s, int w, int h) {
   require_polygon(s, "area0", w, h, s.name + ": area 0");
   require_polygon(s, "area1", w, h, s.name + ": area 1");
   const Polygon a0 = *s.polygon("area0"), a1 = *s.polygon("area1");
+  int bx = 1, by = 1;
   const bool same = a0.size() == a1.size() && std::equal(a0.begin(), a0.end(), a1.begin(), [](const Pt &p, const Pt &q) {
                       return p.x == q.x && p.y == q.y;
                     });
   if (same) usage_error(s.name + ": area 0 and area 1 are the same polygon; draw two areas one after the other across the passage");
+  // The areas lie inside the frame, so a counter just big enough for them rasterises them as the real one will
+  // (and a frame size that is not known yet, given as a huge bound, costs nothing).
+  for (const Polygon *a : {&a0, &a1})
+    for (const Pt &p : *a) {
+      bx = std::max(bx, p.x + 1);
+      by = std::max(by, p.y + 1);
+    }
+  w = std::min(w, bx);
+  h = std::min(h, by);
   LibraryPtr<vorn_counter, vorn_counter_destroy> counter(make_counter(s, w, h));
   const uint8_t *bits = vorn_counter_get_mask(counter.get());
   int64_t shared = 0, first = -1;
