@@ -215,6 +215,8 @@ int run_plan(RunPlan plan) {
     for (const char *k : {"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}) {
       AnalyticSettings s;
       s.kind = s.name = k;
+      // The viewer (`vorn view`) shows the demo's trajectories from this file.
+      if (s.kind == "trajectories") s.save_path = d + "trajectories.vbct";
       plan.analytics.push_back(s);
       std::string why;
       if (!analytic_available(k, &why)) waiting.push_back(std::string(k) + ": not available in this build (" + why + ")");
