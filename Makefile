@@ -6,13 +6,13 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan demo bench install test-platforms fuzz clean
+.PHONY: all deps test test-release test-asan demo view bench install test-platforms fuzz clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-	@scripts/deps.sh test tools
+	@scripts/deps.sh test tools viewer
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -34,6 +34,11 @@ test: test-release test-asan
 demo: build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target vorn
 	build/release/tools/vorn demo --out out
+
+# The demo's outputs in a browser (after `make demo`): prints the address to open; Ctrl-C stops it.
+view: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target vorn
+	build/release/tools/vorn view
 
 bench:
 	@scripts/deps.sh bench
