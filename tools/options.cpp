@@ -33,6 +33,8 @@ commands:
                 with no INPUT, lists the analytics and whether this build has them
   scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)
                 [--truth FILE.json]
+  view [VIDEO]  the video, its trajectories and events in a web browser (vorn view --help); with no VIDEO,
+                the demo's outputs
   help          this text
 
 options:
