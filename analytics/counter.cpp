@@ -2,8 +2,7 @@
 // from the order in which the areas are released.
 #include <string.h>
 
-#include "analytics/region_raster.h"
-#include "core/init_hooks.h"
+#include "geometry/region_raster.h"
 #include "core/memory.h"
 #include "vorn_counter.h"
 #include "vorn_geometry.h"
@@ -99,10 +98,6 @@ void pair_releases(vorn_counter *c, bool released0, bool released1) {
 }
 
 }  // namespace
-
-namespace vorn {
-uint32_t counter_event_word(void *counter) { return vorn_counter_get_event(static_cast<vorn_counter *>(counter)); }
-}  // namespace vorn
 
 extern "C" {
 
@@ -237,5 +232,12 @@ VORN_API uint32_t vorn_counter_get_count(const vorn_counter *counter, uint32_t i
 VORN_API uint32_t vorn_counter_get_event(const vorn_counter *counter) { return counter ? counter->event : 0; }
 
 VORN_API uint8_t *vorn_counter_get_mask(vorn_counter *counter) { return counter ? counter->mask : nullptr; }
+
+// The statistics query answers one statistic, the counter's event word.
+VORN_API uintptr_t vorn_get_stat_info(void *handle, vorn_stat_info *info) {
+  if (!info || info->kind != 0) return 0;
+  info->value = handle ? vorn_counter_get_event(static_cast<vorn_counter *>(handle)) : 0;
+  return 0;
+}
 
 }  // extern "C"

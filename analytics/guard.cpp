@@ -3,7 +3,7 @@
 #include <math.h>
 #include <string.h>
 
-#include "analytics/region_raster.h"
+#include "geometry/region_raster.h"
 #include "core/memory.h"
 #include "vorn_features.h"
 #include "vorn_geometry.h"

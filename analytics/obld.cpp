@@ -2,7 +2,7 @@
 // by size and overlap and aged, and the background relearned through a temporary bay-mean model.
 #include <string.h>
 
-#include "analytics/region_raster.h"
+#include "geometry/region_raster.h"
 #include "color/frame_table.h"
 #include "core/memory.h"
 #include "core/rect.h"

@@ -1,6 +1,6 @@
 # The library: every .cpp under the subsystem folders, compiled once into an object library and packaged as
 # libvornbase (shared by default) and as a static archive that the tests link to reach internal helpers.
-set(VORN_SUBSYSTEMS core color imgproc bkmodel objects tracking analytics recognition)
+set(VORN_SUBSYSTEMS core color geometry imgproc bkmodel objects tracking analytics recognition)
 set(VORN_SOURCES "")
 foreach(dir IN LISTS VORN_SUBSYSTEMS)
   file(GLOB dir_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${dir}/*.cpp")

@@ -3,7 +3,6 @@
 
 #include <string.h>
 
-#include "core/init_hooks.h"
 #include "vorn_color.h"
 
 namespace vorn {

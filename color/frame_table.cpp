@@ -1,7 +1,6 @@
 // The frame-conversion table filled at start-up.
 #include "color/frame_table.h"
 
-#include "core/init_hooks.h"
 #include "vorn_color.h"
 
 namespace vorn {

@@ -70,4 +70,6 @@ VORN_API vorn_result vorn_mono_image_copy(vorn_mono_image *dst, const vorn_mono_
   return VORN_OK;
 }
 
+VORN_API vorn_result vorn_mono_image_thin(void) { return VORN_OK; }
+
 }  // extern "C"

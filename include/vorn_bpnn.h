@@ -21,7 +21,7 @@ typedef struct vorn_bpnn_params {
   uint32_t reserved; /* copied with the record, never read */
 } vorn_bpnn_params;
 
-typedef struct vorn_bpnn_s vorn_bpnn;
+typedef struct vorn_bpnn vorn_bpnn;
 
 /* vorn_bpnn_create: a network with the given shape. The starting weights are the same for every network of a
  * shape: they are drawn, in storage order (input-to-hidden rows first, then hidden-to-output), from a 15-bit

@@ -16,7 +16,7 @@
 extern "C" {
 #endif
 
-typedef struct vorn_contour_s vorn_contour;
+typedef struct vorn_contour vorn_contour;
 
 /* One border: points are the tracer's own storage, valid until the next vorn_contour_start. */
 typedef struct vorn_contour_info {

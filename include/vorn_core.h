@@ -41,6 +41,12 @@ typedef uint32_t vorn_result;
 #define VORN_E_LEARNING      0x10000006u /* the background model is not established yet */
 #define VORN_E_SCENE_CHANGE  0x10000007u /* a scene change was detected; the frame was not processed further */
 
+/* vorn_result_name: the constant's name of a result code ("VORN_E_PARAM"), or "VORN_E_UNKNOWN" for a value that
+ * is no result code. vorn_result_message: one sentence saying what the code means. Both return static strings that
+ * the host never frees, and need no vorn_init. */
+VORN_API const char *vorn_result_name(vorn_result code);
+VORN_API const char *vorn_result_message(vorn_result code);
+
 /* vorn_malloc: a block of n usable bytes (contents zeroed), or NULL. */
 VORN_API void *vorn_malloc(uint32_t n);
 /* vorn_calloc: a block of n usable bytes set to zero, or NULL. */

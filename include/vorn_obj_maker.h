@@ -38,7 +38,7 @@ typedef struct vorn_obj {
   vorn_histogram *hist; /* NULL until vorn_obj_maker_calculate_hist; belongs to the record's slot */
 } vorn_obj;
 
-typedef struct vorn_obj_maker_s vorn_obj_maker;
+typedef struct vorn_obj_maker vorn_obj_maker;
 
 /* vorn_obj_maker_create: a maker for width x height masks.
  *   out  out, the maker (NULL on failure)

@@ -49,7 +49,7 @@ typedef struct vorn_plate_info {
   float score;                           /* the smallest of the confidences */
 } vorn_plate_info;
 
-typedef struct vorn_plate_s vorn_plate;
+typedef struct vorn_plate vorn_plate;
 
 /* vorn_plate_create: a reader for frames of the given size; loads the three networks.
  *   params in;  out out, the handle (NULL on failure)

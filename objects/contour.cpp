@@ -13,7 +13,7 @@
 #include "core/memory.h"
 #include "vorn_contour.h"
 
-struct vorn_contour_s {
+struct vorn_contour {
   int32_t width;
   int32_t height;
   uint8_t *image;

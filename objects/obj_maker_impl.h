@@ -6,7 +6,7 @@
 #include "vorn_contour.h"
 #include "vorn_obj_maker.h"
 
-struct vorn_obj_maker_s {
+struct vorn_obj_maker {
   uint32_t width;
   uint32_t height;
   uint32_t max_objs;

@@ -1,7 +1,7 @@
 // Per-object work after extraction: rectangles re-fitted to the mask's pixel statistics, and histograms.
 #include <math.h>
 
-#include "analytics/real_to_int.h"
+#include "core/real_to_int.h"
 #include "objects/obj_maker_impl.h"
 
 namespace {

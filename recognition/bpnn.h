@@ -10,7 +10,7 @@
 // Units are 1-based inside the network: element 0 of input and hidden is the bias unit (1.0), element 0 of output
 // and of the deltas is unused. Weight matrices are row-major, row j holding the weights into unit j of the next
 // layer from every unit (bias included) of the previous one; row 0 is never used by the forward pass.
-struct vorn_bpnn_s {
+struct vorn_bpnn {
   vorn_bpnn_params params;
   double *input;                // n_in + 1
   double *hidden;               // n_hidden + 1

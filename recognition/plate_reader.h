@@ -5,7 +5,7 @@
 #include "recognition/plate_internal.h"
 #include "vorn_bpnn.h"
 
-struct vorn_plate_s {
+struct vorn_plate {
   vorn_plate_params params;  // character heights filled in; weights_dir not kept
   vorn_bpnn *nets[3];        // either (36 outputs), digits (10), letters (26)
   vorn_image *frame;         // the last frame, YUV; its Y plane is the grey frame the stages read

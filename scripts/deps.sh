@@ -8,7 +8,7 @@ for what in "$@"; do
   case "$what" in
     test) ;;
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcpp-httplib-dev nlohmann-json3-dev" ;;
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev libcpp-httplib-dev" ;;
     # The viewer's browser test: chromium driven by playwright-core (installed from npm into tests/viewer). Node
     # from another source than Debian, with its own npm, is kept.
     viewer)

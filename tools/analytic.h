@@ -68,16 +68,6 @@ class Analytic {
   }
 };
 
-// Whether `kind` can run in this build; when not, `why` says which part of the library it waits for.
-bool analytic_available(const std::string &kind, std::string *why);
-// Creates the analytic for a validated settings over a stream of the given size. Throws ToolError with
-// kExitUnavailable when the kind is not available in this build, and a runtime error when the library fails.
-std::unique_ptr<Analytic> create_analytic(const AnalyticSettings &settings, const StreamInfo &stream);
-
-// Draws a settings's geometry: the guard line with its band and direction arrow, the two counting areas, the
-// watched region.
-void draw_analytic_geometry(Canvas &canvas, const AnalyticSettings &settings);
-
 }  // namespace vt
 
 #endif

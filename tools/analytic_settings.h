@@ -1,9 +1,10 @@
-// What one analytic over one stream is asked to do: its kind, its geometry and its settings, as given on the
-// command line or in a configuration file.
+// What one analytic over one stream is asked to do: its kind, its name, its background model and the settings
+// its registry entry declares, as given on the command line or in a configuration file.
 #ifndef VORN_TOOLS_ANALYTIC_SETTINGS_H
 #define VORN_TOOLS_ANALYTIC_SETTINGS_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,70 +14,64 @@
 
 namespace vt {
 
-struct SceneTruth;
+struct AnalyticSpec;
+
+// One given setting: a whole number or flag (number), a name (text) or points (a segment's two, a polygon's).
+struct SettingValue {
+  int64_t number = 0;
+  std::string text;
+  std::vector<Pt> points;
+};
 
 struct AnalyticSettings {
-  std::string kind;  // guard, count, track, left, bgsub, plate, trajectories
+  std::string kind;  // a registry entry's kind
   std::string name;  // label in events and tables; the kind unless the configuration names it
 
-  // Background model used by guard, count, track and bgsub: its type number and parameters (id, value).
+  // Background model of the analytics built on one (guard, count, track, bgsub): type number and parameters.
   uint32_t bk_type = 2;  // mixture of Gaussians: learns the background by itself
   std::vector<std::pair<uint32_t, uint32_t>> bk_params;
 
-  // guard
-  std::optional<Segment> line, direction;
-  int half_width = 40;
-  // count
-  std::optional<Polygon> area0, area1;
-  int max_frame = 0;
-  int logic = 0;
-  // left
-  std::optional<Polygon> region;
-  int frame_threshold = 50;
-  int bk_interval = 0;
-  int learn_frames = 0;
-  bool scenecut = false;
-  // plate
-  std::string weights_dir;  // the reader's three weight files; "": the installed data, else the source tree's
-  int stable_frames = 3;    // a reading is reported once the same text was read on this many frames in a row
-  int min_char_height = 0, max_char_height = 0;  // 0: the reader's defaults
-  // trajectories (0: the recorder's defaults, 400 points, length 10, spacing 10, threshold 10)
-  std::string save_path;  // the recording, written at the end ("": not written)
-  int max_points = 0, min_length = 0, min_distance = 0, motion_threshold = 0;
-  // count and left; -1: the kind's default (count 10: an area is occupied once 9 % of it is foreground, about a
-  // third of one person in a doorway-sized area; left 30)
-  int sensitivity = -1;
+  // The settings given, by field; the others take their declared defaults.
+  std::map<std::string, SettingValue> given;
+
+  // The entry of this kind (nullptr for an unknown kind).
+  const AnalyticSpec *spec() const;
+  bool has(const std::string &field) const { return given.count(field) != 0; }
+  // A whole-number setting or flag: the given value, else the declared default.
+  int integer(const std::string &field) const;
+  bool flag(const std::string &field) const { return integer(field) != 0; }
+  // A text setting ("" when not given).
+  std::string text(const std::string &field) const;
+  // Geometry: empty when not given.
+  std::optional<Segment> segment(const std::string &field) const;
+  std::optional<Polygon> polygon(const std::string &field) const;
+
+  void set_integer(const std::string &field, int64_t v) { given[field].number = v; }
+  void set_text(const std::string &field, const std::string &v) { given[field].text = v; }
+  void set_points(const std::string &field, std::vector<Pt> v) { given[field].points = std::move(v); }
 };
 
-// A whole-number setting: its configuration field, the kinds it applies to, where it goes and its range. On the
-// command line it is the option "--" + field with '-' for '_' (half_width: --half-width).
-struct IntSetting {
-  const char *field;
-  std::vector<std::string> kinds;
-  int AnalyticSettings::*member;
-  long lo, hi;
-  std::string option() const;
-  bool applies_to(const std::string &kind) const;
-};
-const std::vector<IntSetting> &int_settings();
+// Settings of `kind` with nothing given (name = kind).
+AnalyticSettings settings_of(const std::string &kind);
 
-// The kinds a settings may name, in the order the demo runs them.
-const std::vector<std::string> &analytic_kinds();
-bool is_analytic_kind(const std::string &kind);
-
-// The settings's sensitivity, or its kind's default.
-int sensitivity_of(const AnalyticSettings &settings);
-
-// Fills geometry the settings lacks from the scene's own layout (used when running on the built-in scene).
-void fill_from_scene(AnalyticSettings &settings, const SceneTruth &truth);
-// Checks the settings against a frame size: required geometry present, points inside the frame, lines of non-zero
-// length, polygons of at least 3 points. Throws a usage error naming the analytic.
+// Checks the settings against a frame size before any frame is read: the background-model type, then what the
+// analytic's entry checks (required geometry present and inside the frame, sizes the library can work with).
+// Throws a usage error naming the analytic.
 void validate_settings(const AnalyticSettings &settings, int width, int height);
+
+// The background-model types the library documents (0..9: 0 and 9 the default model); others are refused rather
+// than silently running the default model the library falls back to.
+bool known_bk_type(long type);
 
 // Parses a background-model parameter "ID=VALUE" where ID is 0..31 or a name (sensitivity, scene_cut, shadow,
 // erode, dilate, window, learn_frames) and VALUE is decimal or 0x-hexadecimal.
 std::pair<uint32_t, uint32_t> parse_bk_param(const std::string &text, const std::string &what);
 uint32_t bk_param_id(const std::string &name, const std::string &what);
+
+// Checks for the entries' validate functions: a segment or polygon given (else "<what> is missing (give OPTION
+// ...)"), inside the frame, of non-zero length or at least 3 points.
+void require_segment(const AnalyticSettings &s, const char *field, int width, int height, const std::string &what);
+void require_polygon(const AnalyticSettings &s, const char *field, int width, int height, const std::string &what);
 
 }  // namespace vt
 

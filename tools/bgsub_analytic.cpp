@@ -1,11 +1,9 @@
 // bgsub: a background model of the library over the stream; shows and writes its foreground masks and reports
 // when motion starts and stops.
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_BK_MODEL
 #include <algorithm>
 #include <cstdio>
 
+#include "analytic_registry.h"
 #include "bk_model_runner.h"
 
 namespace vt {
@@ -113,12 +111,15 @@ class BgsubAnalytic : public Analytic {
   int64_t share_ = 0, share_sum_ = 0, frames_with_mask_ = 0;
 };
 
-}  // namespace
-
 std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<BgsubAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec bgsub_analytic = {
+    "bgsub", "background subtraction: foreground masks, motion segments, scene changes", true, true, {},
+    create_bgsub,
+};
+
+}  // namespace vt

@@ -1,6 +1,5 @@
 #include "bk_model_runner.h"
 
-#if VORN_TOOL_HAVE_BK_MODEL
 #include <algorithm>
 
 namespace vt {
@@ -72,5 +71,3 @@ BkModelRunner::Step BkModelRunner::feed(const Frame &frame) {
 }
 
 }  // namespace vt
-
-#endif

@@ -2,9 +2,6 @@
 #ifndef VORN_TOOLS_BK_MODEL_RUNNER_H
 #define VORN_TOOLS_BK_MODEL_RUNNER_H
 
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_BK_MODEL
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,5 +47,4 @@ class BkModelRunner {
 
 }  // namespace vt
 
-#endif
 #endif

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "analytic_registry.h"
 #include "error.h"
 #include "json.h"
 #include "options.h"
@@ -70,36 +71,24 @@ class Reader {
     if (a.type != Json::kObject) fail(a, where + " must be an object");
     const Json *kind = a.find("kind");
     if (!kind) fail(a, where + " has no \"kind\"");
-    AnalyticSettings s;
-    s.kind = string(*kind, where + ".kind");
-    if (!is_analytic_kind(s.kind))
-      fail(*kind, "unknown analytic kind '" + s.kind + "' (guard, count, track, left, bgsub, plate, trajectories)");
-    s.name = s.kind;
+    AnalyticSettings s = settings_of(string(*kind, where + ".kind"));
+    const AnalyticSpec *spec = s.spec();
+    if (!spec) fail(*kind, "unknown analytic kind '" + s.kind + "' (" + analytic_kind_list() + ")");
     for (const auto &f : a.fields) {
       const std::string &k = f.first;
       const Json &v = f.second;
       const std::string what = s.kind + "." + k;
-      auto for_kinds = [&](std::initializer_list<const char *> kinds) {
-        for (const char *x : kinds)
-          if (s.kind == x) return;
-        fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
-      };
       if (k == "kind") continue;
-      const IntSetting *whole = nullptr;
-      for (const IntSetting &is : int_settings())
-        if (k == is.field) whole = &is;
-      if (whole) {
-        if (!whole->applies_to(s.kind)) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
-        s.*whole->member = integer(v, what, whole->lo, whole->hi);
-        continue;
-      }
       if (k == "name") {
         s.name = string(v, what);
-      } else if (k == "bk_type" || k == "model") {
-        for_kinds({"guard", "count", "track", "bgsub"});
-        s.bk_type = static_cast<uint32_t>(integer(v, what, 0, 1000000));
-      } else if (k == "params") {
-        for_kinds({"guard", "count", "track", "bgsub"});
+        continue;
+      }
+      if (k == "bk_type" || k == "model" || k == "params") {
+        if (!spec->background_model) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
+        if (k != "params") {
+          s.bk_type = static_cast<uint32_t>(integer(v, what, 0, 1000000));
+          continue;
+        }
         if (v.type != Json::kObject) fail(v, what + " must be an object such as {\"window\": 257}");
         for (const auto &p : v.fields) {
           double n = p.second.number;
@@ -107,35 +96,34 @@ class Reader {
             fail(p.second, what + "." + p.first + " must be a 32-bit unsigned number");
           s.bk_params.emplace_back(bk_param_id(p.first, origin_ + ": " + what), static_cast<uint32_t>(n));
         }
-      } else if (k == "line") {
-        for_kinds({"guard"});
-        s.line = segment(v, what);
-      } else if (k == "direction") {
-        for_kinds({"guard"});
-        s.direction = segment(v, what);
-      } else if (k == "area0") {
-        for_kinds({"count"});
-        s.area0 = polygon(v, what);
-      } else if (k == "area1") {
-        for_kinds({"count"});
-        s.area1 = polygon(v, what);
-      } else if (k == "region") {
-        for_kinds({"left"});
-        s.region = polygon(v, what);
-      } else if (k == "scenecut") {
-        for_kinds({"left"});
-        if (v.type != Json::kBool) fail(v, what + " must be true or false");
-        s.scenecut = v.boolean;
-      } else if (k == "weights") {
-        for_kinds({"plate"});
-        s.weights_dir = string(v, what);
-        if (s.weights_dir.empty()) fail(v, what + " must name a directory");
-      } else if (k == "save") {
-        for_kinds({"trajectories"});
-        s.save_path = string(v, what);
-        if (s.save_path.empty()) fail(v, what + " must name a file");
-      } else {
+        continue;
+      }
+      const SettingSpec *setting = spec->setting(k);
+      if (!setting) {
+        bool elsewhere = false;
+        for (const AnalyticSpec *other : analytic_registry()) elsewhere = elsewhere || other->setting(k);
+        if (elsewhere) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
         fail(v, "unknown field \"" + k + "\" in a " + s.kind + " analytic");
+      }
+      switch (setting->type) {
+        case SettingType::kInteger: s.set_integer(k, integer(v, what, setting->lo, setting->hi)); break;
+        case SettingType::kFlag:
+          if (v.type != Json::kBool) fail(v, what + " must be true or false");
+          s.set_integer(k, v.boolean ? 1 : 0);
+          break;
+        case SettingType::kText:
+        case SettingType::kOutput: {
+          std::string text = string(v, what);
+          if (text.empty()) fail(v, what + " must name " + setting_noun(*setting));
+          s.set_text(k, text);
+          break;
+        }
+        case SettingType::kSegment: {
+          Segment seg = segment(v, what);
+          s.set_points(k, {seg.a, seg.b});
+          break;
+        }
+        case SettingType::kPolygon: s.set_points(k, polygon(v, what)); break;
       }
     }
     return s;

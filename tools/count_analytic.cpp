@@ -1,11 +1,9 @@
 // count: passes between two areas, from the library's object counter fed with a background model's foreground.
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_BK_MODEL && VORN_TOOL_HAVE_COUNTER
 #include <cstdio>
 
 #include "vorn_counter.h"
 
+#include "analytic_registry.h"
 #include "bk_model_runner.h"
 #include "scene.h"
 
@@ -18,7 +16,8 @@ class CountAnalytic : public Analytic {
   CountAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
       : settings_(settings), width_(info.width), height_(info.height),
         model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {
-    std::vector<vorn_point> a0 = closed_points(*settings.area0), a1 = closed_points(*settings.area1);
+    std::vector<vorn_point> a0 = closed_points(*settings.polygon("area0")),
+                            a1 = closed_points(*settings.polygon("area1"));
     vorn_counter_params p{};
     p.area0_points = a0.data();
     p.area1_points = a1.data();
@@ -26,9 +25,9 @@ class CountAnalytic : public Analytic {
     p.area1_count = static_cast<int32_t>(a1.size());
     p.width = static_cast<uint32_t>(info.width);
     p.height = static_cast<uint32_t>(info.height);
-    p.sensitivity = static_cast<uint32_t>(sensitivity_of(settings));
-    p.max_frame = static_cast<uint32_t>(settings.max_frame);
-    p.logic = static_cast<uint32_t>(settings.logic);
+    p.sensitivity = static_cast<uint32_t>(settings.integer("sensitivity"));
+    p.max_frame = static_cast<uint32_t>(settings.integer("max_frame"));
+    p.logic = static_cast<uint32_t>(settings.integer("logic"));
     counter_.reset(vorn_counter_create(&p));
     if (!counter_) runtime_error(settings.name + ": the object counter could not be created");
     vorn_result r = vorn_counter_start(counter_.get());
@@ -57,8 +56,7 @@ class CountAnalytic : public Analytic {
     c.tint_mask(model_.mask(), width_, height_, colors::kYellow, 90);
     draw_analytic_geometry(c, settings_);
     if (flash_ > 0) {
-      const Polygon &done = last_from_ == 0 ? *settings_.area1 : *settings_.area0;
-      c.fill_polygon(done, colors::kWhite, 120);
+      c.fill_polygon(*settings_.polygon(last_from_ == 0 ? "area1" : "area0"), colors::kWhite, 120);
     }
     char text[96];
     std::snprintf(text, sizeof text, "%s A0>A1 %lld  A1>A0 %lld", settings_.name.c_str(),
@@ -92,12 +90,50 @@ class CountAnalytic : public Analytic {
   int last_from_ = 0;
 };
 
-}  // namespace
+// The two areas, tinted and labelled.
+void draw_count_geometry(Canvas &c, const AnalyticSettings &s) {
+  const char *const fields[] = {"area0", "area1"}, *const labels[] = {"A0", "A1"};
+  const Rgb tints[] = {colors::kCyan, colors::kMagenta};
+  for (int i = 0; i < 2; ++i) {
+    const std::optional<Polygon> area = s.polygon(fields[i]);
+    if (!area) continue;
+    c.fill_polygon(*area, tints[i], 50);
+    c.polyline(*area, tints[i], 2, true);
+    c.text((*area)[0].x + 4, (*area)[0].y + 4, labels[i], tints[i], 2);
+  }
+}
+
+void validate_count(const AnalyticSettings &s, int w, int h) {
+  require_polygon(s, "area0", w, h, s.name + ": area 0");
+  require_polygon(s, "area1", w, h, s.name + ": area 1");
+}
+
+void count_from_scene(AnalyticSettings &s, const SceneTruth &t) {
+  if (!s.has("area0")) s.set_points("area0", t.area0);
+  if (!s.has("area1")) s.set_points("area1", t.area1);
+}
 
 std::unique_ptr<Analytic> create_count(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<CountAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec count_analytic = {
+    "count",
+    "passes between two areas, counted by the area they start from",
+    true,
+    false,
+    {{"area0", SettingType::kPolygon, "X,Y,X,Y,X,Y,...", "the first area"},
+     {"area1", SettingType::kPolygon, "X,Y,X,Y,X,Y,...", "the second area"},
+     // 10: an area is occupied once 9 % of it is foreground, about a third of one person in a doorway-sized area.
+     {"sensitivity", SettingType::kInteger, "S", "how little foreground occupies an area", 10, 0, 100},
+     {"max_frame", SettingType::kInteger, "N", "frames a begun pass may wait for its second area (0: 200)", 0, 0, 1000000000},
+     {"logic", SettingType::kInteger, "0|1", "1: a begun pass that times out still counts", 0, 0, 1}},
+    create_count,
+    validate_count,
+    draw_count_geometry,
+    count_from_scene,
+};
+
+}  // namespace vt

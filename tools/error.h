@@ -12,7 +12,6 @@ enum ExitCode {
   kExitOk = 0,
   kExitRuntime = 1,      // an input could not be read, an output not written, the library failed
   kExitUsage = 2,        // bad command line or configuration
-  kExitUnavailable = 3,  // the analytic asked for is not part of this build
 };
 
 class ToolError : public std::runtime_error {

@@ -1,12 +1,11 @@
 // guard: crossings of a guard line, from the library's guard; a crossing in the direction line's direction is a
 // trigger, any other a cross.
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_GUARD
+#include <cmath>
 #include <cstdio>
 
 #include "vorn_guard.h"
 
+#include "analytic_registry.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -22,9 +21,9 @@ class GuardAnalytic : public Analytic {
         height_(info.height),
         guard_(create_object(vorn_guard_create, model_params<vorn_guard_params>(settings, info), settings.name,
                              "the guard")) {
-    const Segment &l = *settings.line, &d = *settings.direction;
-    vorn_result r = vorn_guard_set_lines(guard_.get(), vorn_line{l.a.x, l.a.y, l.b.x, l.b.y}, vorn_line{d.a.x, d.a.y, d.b.x, d.b.y},
-                             settings.half_width);
+    const Segment l = *settings.segment("line"), d = *settings.segment("direction");
+    vorn_result r = vorn_guard_set_lines(guard_.get(), vorn_line{l.a.x, l.a.y, l.b.x, l.b.y},
+                                         vorn_line{d.a.x, d.a.y, d.b.x, d.b.y}, settings.integer("half_width"));
     if (r != VORN_OK) library_failed(settings.name, "setting the guard lines", r);
   }
 
@@ -111,12 +110,58 @@ class GuardAnalytic : public Analytic {
   int64_t triggers_ = 0, crosses_ = 0, learning_ = 0;
 };
 
-}  // namespace
+// The band (a rectangle of half-width `half_width` around the line, tinted), the line and the direction arrow.
+void draw_guard_geometry(Canvas &c, const AnalyticSettings &s) {
+  const std::optional<Segment> line = s.segment("line"), direction = s.segment("direction");
+  if (!line) return;
+  const Segment &l = *line;
+  const int half_width = s.integer("half_width");
+  double dx = l.b.x - l.a.x, dy = l.b.y - l.a.y, len = std::sqrt(dx * dx + dy * dy);
+  if (len > 0) {
+    double nx = -dy / len * half_width, ny = dx / len * half_width;
+    auto at = [](double x, double y) { return Pt{int(std::lround(x)), int(std::lround(y))}; };
+    Polygon band = {at(l.a.x + nx, l.a.y + ny), at(l.b.x + nx, l.b.y + ny), at(l.b.x - nx, l.b.y - ny),
+                    at(l.a.x - nx, l.a.y - ny)};
+    c.fill_polygon(band, colors::kYellow, 40);
+    c.polyline(band, colors::kYellow, 1, true);
+  }
+  c.line(l.a, l.b, colors::kRed, 3);
+  if (direction) c.arrow(direction->a, direction->b, colors::kOrange, 2);
+}
+
+void validate_guard(const AnalyticSettings &s, int w, int h) {
+  require_segment(s, "line", w, h, s.name + ": guard line");
+  require_segment(s, "direction", w, h, s.name + ": direction line");
+  const int half_width = s.integer("half_width");
+  if (half_width > std::max(w, h))
+    usage_error(s.name + ": band half-width " + std::to_string(half_width) + " must lie in 1.." +
+                std::to_string(std::max(w, h)));
+}
+
+void guard_from_scene(AnalyticSettings &s, const SceneTruth &t) {
+  const Segment &l = t.guard_line, &d = t.direction_line;
+  if (!s.has("line")) s.set_points("line", {l.a, l.b});
+  if (!s.has("direction")) s.set_points("direction", {d.a, d.b});
+}
 
 std::unique_ptr<Analytic> create_guard(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<GuardAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec guard_analytic = {
+    "guard",
+    "crossings of a guard line: a trigger in the direction line's direction, a cross in the other",
+    true,
+    false,
+    {{"line", SettingType::kSegment, "X0,Y0,X1,Y1", "the guard line"},
+     {"direction", SettingType::kSegment, "X0,Y0,X1,Y1", "the guarded direction, from its first point to its second"},
+     {"half_width", SettingType::kInteger, "N", "half-width of the band around the line, in pixels", 40, 1, 100000}},
+    create_guard,
+    validate_guard,
+    draw_guard_geometry,
+    guard_from_scene,
+};
+
+}  // namespace vt

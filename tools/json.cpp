@@ -1,7 +1,8 @@
 #include "json.h"
 
 #include <cmath>
-#include <cstdlib>
+#include <cstdio>
+#include <iterator>
 
 #include "error.h"
 
@@ -27,280 +28,168 @@ const char *Json::type_name() const {
 
 namespace {
 
-constexpr int kMaxDepth = 64;
+constexpr size_t kMaxDepth = 64;
 
-class Parser {
+// Walks the text for the parser and remembers how far it has read: a value's callback comes right after the
+// parser read the value's last character (a number's one character more), which places the value.
+struct ReadingIterator {
+  using iterator_category = std::input_iterator_tag;
+  using value_type = char;
+  using difference_type = std::ptrdiff_t;
+  using pointer = const char *;
+  using reference = const char &;
+
+  const char *at;
+  const char **reached;
+
+  reference operator*() const { return *at; }
+  ReadingIterator &operator++() {
+    *reached = ++at;
+    return *this;
+  }
+  bool operator==(const ReadingIterator &o) const { return at == o.at; }
+  bool operator!=(const ReadingIterator &o) const { return at != o.at; }
+};
+
+bool number_char(char c) { return (c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-'; }
+
+// Builds the document from the parser's events, each value with its line and column.
+class Builder : public nlohmann::json_sax<nlohmann::json> {
  public:
-  Parser(const std::string &text, const std::string &origin) : s_(text), origin_(origin) {}
+  Builder(const std::string &text, const std::string &origin) : text_(text), origin_(origin) {}
 
-  Json document() {
-    skip_space();
-    Json v = value(0);
-    skip_space();
-    if (pos_ != s_.size()) fail("unexpected text after the end of the document");
-    return v;
+  const char *reached = nullptr;
+  Json root;
+
+  bool null() override { return add(scalar(Json::kNull, consumed() - 4)); }
+  bool boolean(bool v) override {
+    Json j = scalar(Json::kBool, consumed() - (v ? 4 : 5));
+    j.boolean = v;
+    return add(std::move(j));
+  }
+  bool number_integer(number_integer_t v) override { return number(static_cast<double>(v)); }
+  bool number_unsigned(number_unsigned_t v) override { return number(static_cast<double>(v)); }
+  bool number_float(number_float_t v, const string_t &) override { return number(v); }
+  bool string(string_t &v) override {
+    Json j = scalar(Json::kString, string_start());
+    j.text = std::move(v);
+    return add(std::move(j));
+  }
+  bool binary(binary_t &) override { return false; }
+  bool start_object(std::size_t) override { return open(Json::kObject); }
+  bool start_array(std::size_t) override { return open(Json::kArray); }
+  bool end_object() override { return close(); }
+  bool end_array() override { return close(); }
+  bool key(string_t &k) override {
+    Frame &top = stack_.back();
+    for (const auto &f : top.value.fields)
+      if (f.first == k) fail_at(string_start(), "field \"" + k + "\" given twice");
+    top.key = std::move(k);
+    return true;
+  }
+  bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &e) override {
+    // "[json.exception.parse_error.101] parse error at line L, column C: what": the position is the parser's own.
+    const std::string what = e.what();
+    int line = 0, column = 0;
+    const size_t at = what.find(" at line ");
+    if (at != std::string::npos && std::sscanf(what.c_str() + at, " at line %d, column %d", &line, &column) == 2) {
+      const size_t colon = what.find(": ", at);
+      usage_error(origin_ + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
+                  (colon == std::string::npos ? what : what.substr(colon + 2)));
+    }
+    fail_at(consumed(), what.substr(what.find(']') + 2));
   }
 
  private:
-  const std::string &s_;
-  const std::string &origin_;
-  size_t pos_ = 0;
-  int line_ = 1;
-  size_t line_start_ = 0;
+  struct Frame {
+    Json value;
+    std::string key;
+  };
 
-  [[noreturn]] void fail(const std::string &what) const {
-    usage_error(origin_ + ":" + std::to_string(line_) + ":" + std::to_string(pos_ - line_start_ + 1) + ": " +
-                what);
+  size_t consumed() const { return static_cast<size_t>(reached - text_.data()); }
+
+  // The opening quote of the string whose closing quote was the last character read.
+  size_t string_start() const {
+    size_t i = consumed() - 1;
+    while (i > 0) {
+      i = text_.rfind('"', i - 1);
+      size_t slashes = 0;
+      while (slashes < i && text_[i - 1 - slashes] == '\\') ++slashes;
+      if (slashes % 2 == 0) return i;
+    }
+    return 0;
   }
 
-  int peek() const { return pos_ < s_.size() ? static_cast<unsigned char>(s_[pos_]) : -1; }
+  [[noreturn]] void fail_at(size_t offset, const std::string &what) const {
+    const Json j = scalar(Json::kNull, offset);
+    usage_error(origin_ + ":" + std::to_string(j.line) + ":" + std::to_string(j.column) + ": " + what);
+  }
 
-  void skip_space() {
-    while (pos_ < s_.size()) {
-      char c = s_[pos_];
-      if (c == '\n') {
-        ++pos_;
-        ++line_;
-        line_start_ = pos_;
-      } else if (c == ' ' || c == '\t' || c == '\r') {
-        ++pos_;
-      } else {
-        break;
+  Json scalar(Json::Type type, size_t offset) const {
+    Json j;
+    j.type = type;
+    size_t line_start = 0;
+    j.line = 1;
+    for (size_t i = 0; i < offset && i < text_.size(); ++i)
+      if (text_[i] == '\n') {
+        ++j.line;
+        line_start = i + 1;
       }
-    }
+    j.column = static_cast<int>(offset - line_start + 1);
+    return j;
   }
 
-  void expect_word(const char *word) {
-    for (const char *w = word; *w; ++w, ++pos_)
-      if (pos_ >= s_.size() || s_[pos_] != *w) fail(std::string("expected '") + word + "'");
+  bool number(double v) {
+    size_t end = consumed();
+    if (end > 0 && !number_char(text_[end - 1])) --end;  // the character read past the number
+    size_t start = end;
+    while (start > 0 && number_char(text_[start - 1])) --start;
+    if (!std::isfinite(v)) fail_at(start, "number out of range");
+    Json j = scalar(Json::kNumber, start);
+    j.number = v;
+    return add(std::move(j));
   }
 
-  Json value(int depth) {
-    if (depth >= kMaxDepth) fail("nesting deeper than 64 levels");
-    Json v;
-    v.line = line_;
-    v.column = static_cast<int>(pos_ - line_start_ + 1);
-    int c = peek();
-    if (c == '{') {
-      v.type = Json::kObject;
-      ++pos_;
-      skip_space();
-      if (peek() == '}') {
-        ++pos_;
-        return v;
-      }
-      for (;;) {
-        skip_space();
-        if (peek() != '"') fail("expected a field name in double quotes");
-        const size_t key_start = pos_;
-        std::string key = string_body();
-        for (const auto &f : v.fields)
-          if (f.first == key) {
-            pos_ = key_start;
-            fail("field \"" + key + "\" given twice");
-          }
-        skip_space();
-        if (peek() != ':') fail("expected ':' after a field name");
-        ++pos_;
-        skip_space();
-        v.fields.emplace_back(key, value(depth + 1));
-        skip_space();
-        if (peek() == ',') {
-          ++pos_;
-          continue;
-        }
-        if (peek() == '}') {
-          ++pos_;
-          return v;
-        }
-        fail("expected ',' or '}'");
-      }
-    }
-    if (c == '[') {
-      v.type = Json::kArray;
-      ++pos_;
-      skip_space();
-      if (peek() == ']') {
-        ++pos_;
-        return v;
-      }
-      for (;;) {
-        skip_space();
-        v.items.push_back(value(depth + 1));
-        skip_space();
-        if (peek() == ',') {
-          ++pos_;
-          continue;
-        }
-        if (peek() == ']') {
-          ++pos_;
-          return v;
-        }
-        fail("expected ',' or ']'");
-      }
-    }
-    if (c == '"') {
-      v.type = Json::kString;
-      v.text = string_body();
-      return v;
-    }
-    if (c == 't') {
-      expect_word("true");
-      v.type = Json::kBool;
-      v.boolean = true;
-      return v;
-    }
-    if (c == 'f') {
-      expect_word("false");
-      v.type = Json::kBool;
-      return v;
-    }
-    if (c == 'n') {
-      expect_word("null");
-      return v;
-    }
-    if (c == '-' || (c >= '0' && c <= '9')) {
-      v.type = Json::kNumber;
-      v.number = number();
-      return v;
-    }
-    if (c < 0) fail("unexpected end of the document");
-    fail("unexpected character '" + std::string(1, static_cast<char>(c)) + "'");
+  bool open(Json::Type type) {
+    if (stack_.size() >= kMaxDepth) fail_at(consumed() - 1, "nesting deeper than 64 levels");
+    stack_.push_back(Frame{scalar(type, consumed() - 1), {}});
+    return true;
   }
 
-  // Strict number grammar: -?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?
-  double number() {
-    size_t start = pos_;
-    auto digits = [&] {
-      size_t d = pos_;
-      while (peek() >= '0' && peek() <= '9') ++pos_;
-      return pos_ - d;
-    };
-    if (peek() == '-') ++pos_;
-    if (peek() == '0') {
-      ++pos_;
-    } else if (digits() == 0) {
-      fail("malformed number");
-    }
-    if (peek() == '.') {
-      ++pos_;
-      if (digits() == 0) fail("malformed number: digits expected after '.'");
-    }
-    if (peek() == 'e' || peek() == 'E') {
-      ++pos_;
-      if (peek() == '+' || peek() == '-') ++pos_;
-      if (digits() == 0) fail("malformed number: digits expected in the exponent");
-    }
-    double d = std::strtod(s_.substr(start, pos_ - start).c_str(), nullptr);
-    if (!std::isfinite(d)) fail("number out of range");
-    return d;
+  bool close() {
+    Json done = std::move(stack_.back().value);
+    stack_.pop_back();
+    return add(std::move(done));
   }
 
-  unsigned hex4() {
-    unsigned u = 0;
-    for (int i = 0; i < 4; ++i) {
-      int c = peek();
-      unsigned d;
-      if (c >= '0' && c <= '9') d = static_cast<unsigned>(c - '0');
-      else if (c >= 'a' && c <= 'f') d = static_cast<unsigned>(c - 'a' + 10);
-      else if (c >= 'A' && c <= 'F') d = static_cast<unsigned>(c - 'A' + 10);
-      else fail("expected four hex digits after \\u");
-      u = u * 16 + d;
-      ++pos_;
-    }
-    return u;
-  }
-
-  static void put_utf8(std::string &out, unsigned cp) {
-    if (cp < 0x80) {
-      out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-      out += static_cast<char>(0xC0 | (cp >> 6));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-      out += static_cast<char>(0xE0 | (cp >> 12));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
+  bool add(Json v) {
+    if (stack_.empty()) {
+      root = std::move(v);
+    } else if (stack_.back().value.type == Json::kArray) {
+      stack_.back().value.items.push_back(std::move(v));
     } else {
-      out += static_cast<char>(0xF0 | (cp >> 18));
-      out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (cp & 0x3F));
+      stack_.back().value.fields.emplace_back(std::move(stack_.back().key), std::move(v));
     }
+    return true;
   }
 
-  // At the opening quote; returns the decoded contents and leaves pos_ after the closing quote.
-  std::string string_body() {
-    ++pos_;
-    std::string out;
-    for (;;) {
-      int c = peek();
-      if (c < 0) fail("unterminated string");
-      if (c < 0x20) fail("control character inside a string");
-      ++pos_;
-      if (c == '"') return out;
-      if (c != '\\') {
-        out += static_cast<char>(c);
-        continue;
-      }
-      int e = peek();
-      ++pos_;
-      switch (e) {
-        case '"': out += '"'; break;
-        case '\\': out += '\\'; break;
-        case '/': out += '/'; break;
-        case 'b': out += '\b'; break;
-        case 'f': out += '\f'; break;
-        case 'n': out += '\n'; break;
-        case 'r': out += '\r'; break;
-        case 't': out += '\t'; break;
-        case 'u': {
-          unsigned cp = hex4();
-          if (cp >= 0xD800 && cp < 0xDC00) {
-            if (peek() != '\\') fail("unpaired surrogate in \\u escape");
-            ++pos_;
-            if (peek() != 'u') fail("unpaired surrogate in \\u escape");
-            ++pos_;
-            unsigned lo = hex4();
-            if (lo < 0xDC00 || lo > 0xDFFF) fail("unpaired surrogate in \\u escape");
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (lo - 0xDC00);
-          } else if (cp >= 0xDC00 && cp < 0xE000) {
-            fail("unpaired surrogate in \\u escape");
-          }
-          put_utf8(out, cp);
-          break;
-        }
-        default: --pos_; fail("unknown escape in a string");
-      }
-    }
-  }
+  const std::string &text_;
+  const std::string &origin_;
+  std::vector<Frame> stack_;
 };
 
 }  // namespace
 
-Json parse_json(const std::string &text, const std::string &origin) { return Parser(text, origin).document(); }
-
-void append_json_string(std::string &out, const std::string &s) {
-  static const char kHex[] = "0123456789abcdef";
-  out += '"';
-  for (unsigned char c : s) {
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (c < 0x20) {
-          out += "\\u00";
-          out += kHex[c >> 4];
-          out += kHex[c & 15];
-        } else {
-          out += static_cast<char>(c);
-        }
-    }
-  }
-  out += '"';
+Json parse_json(const std::string &document, const std::string &origin) {
+  // A byte-order mark (some editors write one) is no part of the document, nor of its columns.
+  const std::string text = document.compare(0, 3, "\xEF\xBB\xBF") == 0 ? document.substr(3) : document;
+  Builder b(text, origin);
+  b.reached = text.data();
+  ReadingIterator first{text.data(), &b.reached}, last{text.data() + text.size(), &b.reached};
+  nlohmann::json::sax_parse(first, last, &b);
+  return std::move(b.root);
 }
+
+std::string json_line(const JsonOut &value) { return value.dump(-1, ' ', false, JsonOut::error_handler_t::replace); }
 
 }  // namespace vt

@@ -1,4 +1,5 @@
-// A small JSON reader (configuration files) and the string escaping used when writing events.
+// JSON for the program: documents read (configuration files) keep where each value starts, for messages; what is
+// written (events, info lines, the scene's truth) is built with nlohmann::ordered_json so fields keep their order.
 #ifndef VORN_TOOLS_JSON_H
 #define VORN_TOOLS_JSON_H
 
@@ -6,7 +7,11 @@
 #include <utility>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace vt {
+
+using JsonOut = nlohmann::ordered_json;
 
 class Json {
  public:
@@ -25,11 +30,12 @@ class Json {
   const char *type_name() const;
 };
 
-// Parses a whole document. Throws a usage error "<origin>:<line>:<column>: <what is wrong>" on bad input.
+// Parses a whole document (a UTF-8 byte-order mark at its start is skipped). Throws a usage error
+// "<origin>:<line>:<column>: <what is wrong>" on bad input, duplicate fields and nesting deeper than 64 levels.
 Json parse_json(const std::string &text, const std::string &origin);
 
-// Appends `s` as a JSON string literal (quotes included) to `out`.
-void append_json_string(std::string &out, const std::string &s);
+// One line of output: the value as compact JSON, invalid UTF-8 replaced rather than refused.
+std::string json_line(const JsonOut &value);
 
 }  // namespace vt
 

@@ -1,12 +1,10 @@
 // left: objects left behind in a watched region, from the library's left-object detector.
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_OBLD
 #include <algorithm>
 #include <cstdio>
 
 #include "vorn_obld.h"
 
+#include "analytic_registry.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -112,7 +110,7 @@ class LeftAnalytic : public Analytic {
 
   void create(const uint8_t *first) {
     std::vector<vorn_point> region;
-    for (const Pt &p : *settings_.region) region.push_back(vorn_point{p.x, p.y});
+    for (const Pt &p : *settings_.polygon("region")) region.push_back(vorn_point{p.x, p.y});
     vorn_obld_params p{};
     p.width = static_cast<uint32_t>(width_);
     p.height = static_cast<uint32_t>(height_);
@@ -120,13 +118,14 @@ class LeftAnalytic : public Analytic {
     p.first_frame = first;
     p.region_pts = region.data();
     p.region_count = static_cast<uint32_t>(region.size());
-    p.sensitivity = static_cast<uint32_t>(sensitivity_of(settings_));
-    p.learn_frames = static_cast<uint32_t>(settings_.learn_frames);
+    p.sensitivity = static_cast<uint32_t>(settings_.integer("sensitivity"));
+    p.learn_frames = static_cast<uint32_t>(settings_.integer("learn_frames"));
     vorn_obld *o = create_object(vorn_obld_create, p, settings_.name, "the left-object detector");
     obld_.reset(o);
-    vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(settings_.frame_threshold));
-    if (settings_.bk_interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(settings_.bk_interval));
-    vorn_obld_enable_scenecut(o, settings_.scenecut ? 1u : 0u);
+    vorn_obld_set_frame_threshold(o, static_cast<uint32_t>(settings_.integer("frame_threshold")));
+    const int interval = settings_.integer("bk_interval");
+    if (interval > 0) vorn_obld_set_bk_frame_interval(o, static_cast<uint32_t>(interval));
+    vorn_obld_enable_scenecut(o, settings_.flag("scenecut") ? 1u : 0u);
   }
 
   AnalyticSettings settings_;
@@ -141,12 +140,39 @@ class LeftAnalytic : public Analytic {
   Box first_box_{};
 };
 
-}  // namespace
+void draw_left_geometry(Canvas &c, const AnalyticSettings &s) {
+  if (const std::optional<Polygon> region = s.polygon("region")) c.polyline(*region, colors::kGreen, 2, true);
+}
+
+void validate_left(const AnalyticSettings &s, int w, int h) { require_polygon(s, "region", w, h, s.name + ": region"); }
+
+void left_from_scene(AnalyticSettings &s, const SceneTruth &t) {
+  if (!s.has("region")) s.set_points("region", t.region);
+}
 
 std::unique_ptr<Analytic> create_left(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<LeftAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec left_analytic = {
+    "left",
+    "objects left behind in a watched region",
+    false,
+    false,
+    {{"region", SettingType::kPolygon, "X,Y,X,Y,X,Y,...", "the watched region"},
+     {"sensitivity", SettingType::kInteger, "S", "how small a change counts as an object", 30, 0, 100},
+     {"frame_threshold", SettingType::kInteger, "N", "frames an object stays before it is reported", 50, 0,
+      1000000000},
+     {"bk_interval", SettingType::kInteger, "N", "frames between background refreshes (0: the detector's own)", 0,
+      0, 1000000000},
+     {"learn_frames", SettingType::kInteger, "N", "learning frames of the refreshed background", 0, 0, 1000000},
+     {"scenecut", SettingType::kFlag, "", "relearn the background after a scene change"}},
+    create_left,
+    validate_left,
+    draw_left_geometry,
+    left_from_scene,
+};
+
+}  // namespace vt

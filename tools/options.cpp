@@ -2,60 +2,67 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <functional>
-#include <map>
 
+#include "analytic_registry.h"
 #include "error.h"
 
 namespace vt {
 
-std::string usage_text() {
-  return R"(usage: vorn COMMAND [OPTIONS] [INPUT...]
+namespace {
 
-Runs the library's analytics over videos (any common file, or an image sequence such as frames/%04d.png).
-With no INPUT it runs on the built-in street scene and prints what it found against what the scene holds.
-
-commands:
-  guard         crossings of a guard line:  --line X0,Y0,X1,Y1 --direction X0,Y0,X1,Y1 [--half-width N]
-  count         passes between two areas:   --area0 X,Y,X,Y,X,Y,... --area1 X,Y,... [--sensitivity S]
-                                            [--max-frame N] [--logic 0|1]
-  track         moving objects and their tracks
-  left          objects left behind:        --region X,Y,X,Y,X,Y,... [--sensitivity S] [--frame-threshold N]
-                                            [--bk-interval N] [--learn-frames N] [--scenecut]
-  bgsub         background subtraction:     [--model TYPE (default 2)] [--param ID=VALUE]... [--masks OUT.mp4]
-  plate         licence plates read:        [--weights DIR] [--stable-frames N (default 3)]
-                                            [--min-char-height PX] [--max-char-height PX]
-  trajectories  point trajectories:         [--save FILE] [--max-points N (400)] [--min-length N (10)]
-                                            [--min-distance PX (10)] [--motion-threshold T (10)]
-  run           several analytics over each stream, from --config FILE.json
-  demo          every available analytic on the built-in scene; outputs go to --out DIR (default out)
-  info INPUT... decodes each input and prints its size, frame rate, frame count and decoding speed as JSON;
-                with no INPUT, lists the analytics and whether this build has them
-  scene OUT     writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)
-                [--truth FILE.json]
-  view [VIDEO]  the video, its trajectories and events in a web browser (vorn view --help); with no VIDEO,
-                the demo's outputs
-  help          this text
-
-options:
-  --config FILE       analytics (and inputs) from a JSON file
-  --bk-type TYPE      background-model type of guard, count and track (default 2, mixture of Gaussians)
-  --param ID=VALUE    background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate,
-                      window, learn_frames); may repeat
-  --events FILE       one JSON object per event, one per line (default: standard output)
-  --annotate OUT.mp4  the video with lines, areas, masks, traces, boxes and counts drawn over it
-  --snapshot OUT.png  the last frame with the tracks and totals drawn
-  --frames N          stop after N frames of each stream (the built-in scene is then N frames long)
-  --jobs N            streams processed at the same time (default 1)
-  --codec NAME        video encoder for written videos (default libx264 when present, else mpeg4)
-  --quiet             no progress bar and no summary table
-
-exit status: 0 done, 1 an input or output failed, 2 bad command line or configuration,
-3 the analytic is not available in this build.
-)";
+bool is_analytic(const std::string &c) { return find_analytic(c) != nullptr; }
+bool analysing(const std::string &c) { return is_analytic(c) || c == "run" || c == "demo"; }
+bool any_command(const std::string &) { return true; }
+bool configurable(const std::string &c) { return is_analytic(c) || c == "run"; }
+bool only_scene(const std::string &c) { return c == "scene"; }
+bool only_demo(const std::string &c) { return c == "demo"; }
+bool writes_masks(const std::string &c) {
+  const AnalyticSpec *a = find_analytic(c);
+  return (a && a->writes_masks) || c == "demo";
 }
 
-namespace {
+const char *const kIntro =
+    "Runs the library's analytics over videos (any common file, or an image sequence such as frames/%04d.png).\n"
+    "With no INPUT it runs on the built-in street scene and prints what it found against what the scene holds.\n";
+
+const char *const kExitStatus =
+    "exit status: 0 done, 1 an input or output failed, 2 bad command line or configuration.\n";
+
+// "  NAME  text" with the text starting at column `at`, wrapped at 112 columns under itself.
+std::string item(const std::string &name, const std::string &text, size_t at = 22) {
+  std::string out = "  " + name;
+  out += out.size() + 1 < at ? std::string(at - out.size(), ' ') : "\n" + std::string(at, ' ');
+  size_t col = at;
+  size_t pos = 0;
+  while (pos < text.size()) {
+    size_t end = text.find(' ', pos);
+    if (end == std::string::npos) end = text.size();
+    const std::string word = text.substr(pos, end - pos);
+    if (col > at && col + 1 + word.size() > 112) {
+      out += "\n" + std::string(at, ' ');
+      col = at;
+    } else if (col > at) {
+      out += ' ';
+      ++col;
+    }
+    out += word;
+    col += word.size();
+    pos = end + 1;
+  }
+  return out + "\n";
+}
+
+std::string option_with_value(const std::string &name, const std::string &value) {
+  return value.empty() ? name : name + " " + value;
+}
+
+// One setting's line in a command's help, with its default.
+std::string setting_help(const SettingSpec &s) {
+  std::string text = s.help;
+  if (s.type == SettingType::kInteger && s.def != 0) text += " (default " + std::to_string(s.def) + ")";
+  if (s.type == SettingType::kInteger) text += "; " + std::to_string(s.lo) + ".." + std::to_string(s.hi);
+  return item(option_with_value(s.option(), s.value), text);
+}
 
 int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   char *end = nullptr;
@@ -67,122 +74,211 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
 }
 
 bool known_command(const std::string &c) {
-  return is_analytic_kind(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
+  return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
+}
+
+// The analytic setting an option names for any kind ("" when none does), for telling an unknown option from one
+// that belongs to another command.
+bool some_analytic_takes(const std::string &option) {
+  for (const AnalyticSpec *a : analytic_registry()) {
+    if (a->background_model && (option == "--bk-type" || option == "--model" || option == "--param")) return true;
+    for (const SettingSpec &s : a->settings)
+      if (s.option() == option) return true;
+  }
+  return false;
 }
 
 }  // namespace
+
+const std::vector<GeneralOption> &general_options() {
+  static const std::vector<GeneralOption> options = {
+      {"--config", "FILE", "analytics (and inputs) from a JSON file", configurable},
+      {"--events", "FILE", "one JSON object per event, one per line (default: standard output)", analysing},
+      {"--annotate", "OUT.mp4", "the video with lines, areas, masks, traces, boxes and counts drawn over it",
+       analysing},
+      {"--snapshot", "OUT.png", "the last frame with the tracks and totals drawn", analysing},
+      {"--masks", "OUT.mp4", "a video of the foreground masks", writes_masks},
+      {"--out", "DIR", "where the demo's outputs go (default out)", only_demo},
+      {"--truth", "FILE.json", "the scene's truth as JSON", only_scene},
+      {"--frames", "N", "stop after N frames of each stream (the built-in scene is then N frames long)",
+       any_command},
+      {"--jobs", "N", "streams processed at the same time (default 1)", analysing},
+      {"--codec", "NAME", "video encoder for written videos (default libx264 when present, else mpeg4)",
+       any_command},
+      {"--quiet", "", "no progress bar and no summary table", any_command},
+      {"--help", "", "this command's usage", any_command},
+  };
+  return options;
+}
+
+std::vector<CommandInfo> command_list() {
+  std::vector<CommandInfo> out;
+  for (const AnalyticSpec *a : analytic_registry()) out.push_back({a->kind, "[INPUT...]", a->summary});
+  out.push_back({"run", "--config FILE [INPUT...]", "several analytics over each stream, from --config FILE.json"});
+  out.push_back({"demo", "", "every analytic on the built-in scene; outputs go to --out DIR (default out)"});
+  out.push_back({"info", "[INPUT...]",
+                 "decodes each input and prints its size, frame rate, frame count and decoding speed as JSON; "
+                 "with no INPUT, lists the analytics"});
+  out.push_back({"scene", "OUT",
+                 "writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)"});
+  out.push_back({"view", "[VIDEO]",
+                 "the video, its trajectories and events in a web browser; with no VIDEO, the demo's outputs "
+                 "(vorn view --help tells more)"});
+  out.push_back({"help", "[COMMAND]", "this text, or one command's"});
+  return out;
+}
+
+std::string usage_text() {
+  std::string t = "usage: vorn COMMAND [OPTIONS] [INPUT...]\n       vorn COMMAND --help\n       vorn --version\n\n";
+  t += kIntro;
+  t += "\ncommands:\n";
+  for (const CommandInfo &c : command_list()) t += item(c.name, c.summary, 16);
+  t += "\nanalytic settings (vorn COMMAND --help tells more):\n";
+  for (const AnalyticSpec *a : analytic_registry()) {
+    std::string line;
+    for (const SettingSpec &s : a->settings) line += (line.empty() ? "" : " ") + option_with_value(s.option(), s.value);
+    if (a->background_model) line += std::string(line.empty() ? "" : " ") + "--bk-type TYPE --param ID=VALUE";
+    if (line.empty()) line = "(none)";
+    t += item(a->kind, line, 16);
+  }
+  t += "\noptions:\n";
+  for (const GeneralOption &o : general_options()) t += item(option_with_value(o.name, o.value), o.help);
+  t += "\n";
+  t += kExitStatus;
+  return t;
+}
+
+std::string command_usage(const std::string &command) {
+  if (command.empty() || command == "help") return usage_text();
+  std::string args, summary;
+  for (const CommandInfo &c : command_list())
+    if (c.name == command) {
+      args = c.args;
+      summary = c.summary;
+    }
+  if (summary.empty()) usage_error("unknown command '" + command + "' (try: vorn help)");
+  std::string t = "usage: vorn " + command + " [OPTIONS]" + (args.empty() ? "" : " " + args) + "\n\n";
+  t += summary + "\n";
+  if (const AnalyticSpec *a = find_analytic(command)) {
+    t += "\nsettings (the built-in scene's layout fills the geometry left out):\n";
+    for (const SettingSpec &s : a->settings) t += setting_help(s);
+    if (a->background_model) {
+      t += item("--bk-type TYPE", "background-model type (default 2, mixture of Gaussians; 0..9); --model too");
+      t += item("--param ID=VALUE",
+                "background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate, window, "
+                "learn_frames); may repeat");
+    }
+    if (a->settings.empty() && !a->background_model) t += "  (none)\n";
+  }
+  t += "\noptions:\n";
+  for (const GeneralOption &o : general_options())
+    if (o.applies(command)) t += item(option_with_value(o.name, o.value), o.help);
+  t += "\n";
+  t += kExitStatus;
+  return t;
+}
 
 RunPlan parse_command_line(int argc, const char *const *argv) {
   RunPlan plan;
   if (argc < 2) usage_error("no command given (try: vorn help)");
   plan.command = argv[1];
   if (plan.command == "--help" || plan.command == "-h") plan.command = "help";
+  if (plan.command == "--version" || plan.command == "-V") {
+    plan.command = "version";
+    return plan;
+  }
   if (!known_command(plan.command)) usage_error("unknown command '" + plan.command + "' (try: vorn help)");
-  if (plan.command == "help") return plan;
+  if (plan.command == "help") {
+    if (argc > 2) plan.help_topic = argv[2];
+    if (!plan.help_topic.empty() && !known_command(plan.help_topic))
+      usage_error("unknown command '" + plan.help_topic + "' (try: vorn help)");
+    return plan;
+  }
 
   const std::string cmd = plan.command;
-  const bool single = is_analytic_kind(cmd);
-  AnalyticSettings settings;
-  settings.kind = single ? cmd : "";
-  settings.name = settings.kind;
-  std::vector<std::pair<uint32_t, uint32_t>> params;
-  uint32_t bk_type = AnalyticSettings().bk_type;
+  const AnalyticSpec *spec = find_analytic(cmd);
+  AnalyticSettings settings = settings_of(spec ? cmd : "");
   bool analytic_options_given = false;
-
-  // Each option: which commands accept it, and what it does with its value.
-  struct Option {
-    bool takes_value;
-    std::function<bool(const std::string &)> allowed;  // by command
-    std::function<void(const std::string &, const std::string &)> apply;
-  };
-  auto only = [](std::initializer_list<const char *> cmds) {
-    std::vector<std::string> v(cmds.begin(), cmds.end());
-    return [v](const std::string &c) {
-      for (const auto &x : v)
-        if (x == c) return true;
-      return false;
-    };
-  };
-  auto analysing = [](const std::string &c) { return c != "scene" && c != "info"; };
-  auto any = [](const std::string &) { return true; };
-  std::map<std::string, Option> options = {
-      {"--config", {true, only({"run", "guard", "count", "track", "left", "bgsub", "plate", "trajectories"}),
-                    [&](const std::string &, const std::string &v) { plan.config_path = v; }}},
-      {"--events", {true, analysing, [&](const std::string &, const std::string &v) { plan.events_path = v; }}},
-      {"--annotate", {true, analysing, [&](const std::string &, const std::string &v) { plan.annotate_path = v; }}},
-      {"--snapshot", {true, analysing, [&](const std::string &, const std::string &v) { plan.snapshot_path = v; }}},
-      {"--masks", {true, only({"bgsub"}), [&](const std::string &, const std::string &v) { plan.masks_path = v; }}},
-      {"--truth", {true, only({"scene"}), [&](const std::string &, const std::string &v) { plan.truth_path = v; }}},
-      {"--out", {true, only({"demo"}), [&](const std::string &, const std::string &v) { plan.out_dir = v; }}},
-      {"--codec", {true, any, [&](const std::string &, const std::string &v) { plan.video_codec = v; }}},
-      {"--jobs", {true, analysing, [&](const std::string &o, const std::string &v) { plan.jobs = parse_int(v, o, 1, 64); }}},
-      {"--frames", {true, any, [&](const std::string &o, const std::string &v) {
-                      plan.max_frames = parse_int(v, o, 1, 1000000000);
-                      plan.scene_frames = static_cast<int>(plan.max_frames);
-                    }}},
-      {"--quiet", {false, any, [&](const std::string &, const std::string &) { plan.quiet = true; }}},
-      {"--bk-type", {true, only({"guard", "count", "track", "bgsub"}), [&](const std::string &o, const std::string &v) {
-                       bk_type = static_cast<uint32_t>(parse_int(v, o, 0, 1000000));
-                     }}},
-      {"--model", {true, only({"bgsub"}), [&](const std::string &o, const std::string &v) {
-                     bk_type = static_cast<uint32_t>(parse_int(v, o, 0, 1000000));
-                   }}},
-      {"--param", {true, only({"guard", "count", "track", "bgsub"}),
-                   [&](const std::string &o, const std::string &v) { params.push_back(parse_bk_param(v, o)); }}},
-      {"--line", {true, only({"guard"}), [&](const std::string &o, const std::string &v) { settings.line = parse_segment(v, o); }}},
-      {"--direction", {true, only({"guard"}),
-                       [&](const std::string &o, const std::string &v) { settings.direction = parse_segment(v, o); }}},
-      {"--area0", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area0 = parse_polygon(v, o); }}},
-      {"--area1", {true, only({"count"}), [&](const std::string &o, const std::string &v) { settings.area1 = parse_polygon(v, o); }}},
-      {"--region", {true, only({"left"}), [&](const std::string &o, const std::string &v) { settings.region = parse_polygon(v, o); }}},
-      {"--scenecut", {false, only({"left"}), [&](const std::string &, const std::string &) { settings.scenecut = true; }}},
-      {"--weights", {true, only({"plate"}), [&](const std::string &o, const std::string &v) {
-                       if (v.empty()) usage_error(o + ": give a directory");
-                       settings.weights_dir = v;
-                     }}},
-      {"--save", {true, only({"trajectories"}), [&](const std::string &o, const std::string &v) {
-                    if (v.empty()) usage_error(o + ": give a file name");
-                    settings.save_path = v;
-                  }}},
-  };
-
-  for (const IntSetting &is : int_settings()) {
-    auto applies = [&is](const std::string &c) { return is.applies_to(c); };
-    options[is.option()] = Option{true, applies, [&settings, &is](const std::string &o, const std::string &v) {
-                                    settings.*is.member = parse_int(v, o, is.lo, is.hi);
-                                  }};
-  }
 
   for (int i = 2; i < argc; ++i) {
     std::string arg = argv[i];
-    if (arg.size() > 1 && arg[0] == '-' && arg != "-") {
-      std::string name = arg, value;
-      bool inline_value = false;
-      size_t eq = arg.find('=');
-      if (eq != std::string::npos) {
-        name = arg.substr(0, eq);
-        value = arg.substr(eq + 1);
-        inline_value = true;
-      }
-      if (name == "-q") name = "--quiet";
-      if (name == "-j") name = "--jobs";
-      auto it = options.find(name);
-      if (it == options.end()) usage_error("unknown option '" + name + "' (try: vorn help)");
-      if (!it->second.allowed(cmd)) usage_error("option '" + name + "' does not apply to '" + cmd + "'");
-      if (it->second.takes_value && !inline_value) {
-        if (i + 1 >= argc) usage_error("option '" + name + "' needs a value");
-        value = argv[++i];
-      } else if (!it->second.takes_value && inline_value) {
-        usage_error("option '" + name + "' takes no value");
-      }
-      it->second.apply(name, value);
-      static const char *const kGlobal[] = {"--config", "--events", "--annotate", "--snapshot", "--masks", "--truth",
-                                            "--out", "--codec", "--jobs", "--frames", "--quiet"};
-      bool global = false;
-      for (const char *g : kGlobal) global = global || name == g;
-      if (!global) analytic_options_given = true;
-    } else {
+    if (arg.size() < 2 || arg[0] != '-') {
       plan.inputs.push_back(arg);
+      continue;
+    }
+    std::string name = arg, value;
+    bool inline_value = false;
+    size_t eq = arg.find('=');
+    if (eq != std::string::npos) {
+      name = arg.substr(0, eq);
+      value = arg.substr(eq + 1);
+      inline_value = true;
+    }
+    if (name == "-q") name = "--quiet";
+    if (name == "-j") name = "--jobs";
+    if (name == "-h") name = "--help";
+    if (name == "--help") {
+      plan.help_topic = cmd;
+      plan.command = "help";
+      return plan;
+    }
+    // What the option is: a general one, an analytic's setting or its background model.
+    const GeneralOption *general = nullptr;
+    for (const GeneralOption &o : general_options())
+      if (name == o.name) general = &o;
+    const SettingSpec *setting = nullptr;
+    if (spec)
+      for (const SettingSpec &s : spec->settings)
+        if (s.option() == name) setting = &s;
+    const bool model_option = spec && spec->background_model &&
+                              (name == "--bk-type" || name == "--model" || name == "--param");
+    if (!general && !setting && !model_option) {
+      if (some_analytic_takes(name)) usage_error("option '" + name + "' does not apply to '" + cmd + "'");
+      usage_error("unknown option '" + name + "' (try: vorn help)");
+    }
+    if (general && !general->applies(cmd)) usage_error("option '" + name + "' does not apply to '" + cmd + "'");
+    const bool takes_value = general ? *general->value != '\0' : setting ? setting->type != SettingType::kFlag : true;
+    if (takes_value && !inline_value) {
+      if (i + 1 >= argc) usage_error("option '" + name + "' needs a value");
+      value = argv[++i];
+    } else if (!takes_value && inline_value) {
+      usage_error("option '" + name + "' takes no value");
+    }
+
+    if (general) {
+      if (name == "--config") plan.config_path = value;
+      else if (name == "--events") plan.events_path = value;
+      else if (name == "--annotate") plan.annotate_path = value;
+      else if (name == "--snapshot") plan.snapshot_path = value;
+      else if (name == "--masks") plan.masks_path = value;
+      else if (name == "--truth") plan.truth_path = value;
+      else if (name == "--out") plan.out_dir = value;
+      else if (name == "--codec") plan.video_codec = value;
+      else if (name == "--jobs") plan.jobs = parse_int(value, name, 1, 64);
+      else if (name == "--quiet") plan.quiet = true;
+      else if (name == "--frames") plan.scene_frames = static_cast<int>(plan.max_frames = parse_int(value, name, 1, 1000000000));
+      continue;
+    }
+    analytic_options_given = true;
+    if (model_option) {
+      if (name == "--param") settings.bk_params.push_back(parse_bk_param(value, name));
+      else settings.bk_type = static_cast<uint32_t>(parse_int(value, name, 0, 1000000));
+      continue;
+    }
+    switch (setting->type) {
+      case SettingType::kInteger: settings.set_integer(setting->field, parse_int(value, name, setting->lo, setting->hi)); break;
+      case SettingType::kFlag: settings.set_integer(setting->field, 1); break;
+      case SettingType::kText:
+      case SettingType::kOutput:
+        if (value.empty()) usage_error(name + ": give " + setting_noun(*setting));
+        settings.set_text(setting->field, value);
+        break;
+      case SettingType::kSegment: {
+        Segment s = parse_segment(value, name);
+        settings.set_points(setting->field, {s.a, s.b});
+        break;
+      }
+      case SettingType::kPolygon: settings.set_points(setting->field, parse_polygon(value, name)); break;
     }
   }
 
@@ -197,9 +293,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   }
   if (!plan.config_path.empty()) load_config(plan.config_path, plan);
   if (cmd == "run" && plan.config_path.empty()) usage_error("run: give the analytics with --config FILE.json");
-  if (single) {
-    settings.bk_type = bk_type;
-    settings.bk_params = params;
+  if (spec) {
     if (plan.config_path.empty()) {
       plan.analytics.push_back(settings);
     } else {

@@ -1,4 +1,4 @@
-// The command line of `vorn`: subcommand, analytics, inputs and outputs.
+// The command line of `vorn`: subcommand, analytics, inputs and outputs, and the help that describes them.
 #ifndef VORN_TOOLS_OPTIONS_H
 #define VORN_TOOLS_OPTIONS_H
 
@@ -14,7 +14,8 @@ namespace vt {
 constexpr const char *kSceneInput = "@scene";
 
 struct RunPlan {
-  std::string command;                  // guard, count, track, left, bgsub, plate, trajectories, run, demo, scene, help
+  std::string command;                  // an analytic's kind, run, demo, scene, info, help, version
+  std::string help_topic;               // help: the command asked about ("" for all)
   std::vector<AnalyticSettings> analytics;  // what runs over every stream
   std::vector<std::string> inputs;      // video files, image-sequence patterns or @scene; empty: @scene
   std::string config_path;
@@ -38,7 +39,24 @@ RunPlan parse_command_line(int argc, const char *const *argv);
 void load_config(const std::string &path, RunPlan &plan);
 void load_config_text(const std::string &text, const std::string &origin, RunPlan &plan);
 
+// One option the program takes besides the analytics' own settings.
+struct GeneralOption {
+  const char *name;   // "--events"
+  const char *value;  // placeholder of its value, "" when it takes none
+  const char *help;
+  bool (*applies)(const std::string &command);
+};
+const std::vector<GeneralOption> &general_options();
+
+// One command: its name, what follows it and what it does.
+struct CommandInfo {
+  std::string name, args, summary;
+};
+std::vector<CommandInfo> command_list();
+
+// The whole usage (vorn help) and one command's (vorn COMMAND --help).
 std::string usage_text();
+std::string command_usage(const std::string &command);
 
 }  // namespace vt
 

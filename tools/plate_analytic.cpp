@@ -1,9 +1,6 @@
 // plate: licence plates read by the library's plate reader. A reading is reported once the same text has been read
 // on `stable_frames` frames in a row; the same text is reported again only after it has gone unread for
 // kNewAppearanceGap frames (a new appearance of that plate).
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_PLATE
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -12,6 +9,7 @@
 
 #include "vorn_plate.h"
 
+#include "analytic_registry.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -30,9 +28,11 @@ bool is_directory(const std::string &path) {
 // from the source tree's data/plates (so the program also runs from its build directory).
 vorn_plate *create_reader(const AnalyticSettings &s, const StreamInfo &info) {
   vorn_plate_params p{static_cast<uint32_t>(info.width), static_cast<uint32_t>(info.height), nullptr,
-                      static_cast<uint32_t>(s.min_char_height), static_cast<uint32_t>(s.max_char_height)};
+                      static_cast<uint32_t>(s.integer("min_char_height")),
+                      static_cast<uint32_t>(s.integer("max_char_height"))};
+  const std::string weights = s.text("weights");
   std::vector<std::string> dirs;
-  if (!s.weights_dir.empty()) dirs.push_back(s.weights_dir);
+  if (!weights.empty()) dirs.push_back(weights);
   else dirs = {VORN_TOOL_INSTALLED_PLATES, VORN_TOOL_SOURCE_PLATES};
   for (const std::string &d : dirs) {
     p.weights_dir = d.c_str();
@@ -42,8 +42,8 @@ vorn_plate *create_reader(const AnalyticSettings &s, const StreamInfo &info) {
     // The sizes were checked beforehand, so a refusal here means the weight files.
     if (r != VORN_E_PARAM) library_failed(s.name, "creating the plate reader", r);
   }
-  if (!s.weights_dir.empty()) {
-    const std::string &d = s.weights_dir;
+  if (!weights.empty()) {
+    const std::string &d = weights;
     runtime_error(s.name + ": " +
                   (is_directory(d) ? "'" + d + "' does not hold the plate reader's weight files"
                                    : "weights directory '" + d + "' does not exist") +
@@ -55,7 +55,7 @@ vorn_plate *create_reader(const AnalyticSettings &s, const StreamInfo &info) {
 class PlateAnalytic : public Analytic {
  public:
   PlateAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
-      : settings_(settings), reader_(create_reader(settings, info)) {}
+      : settings_(settings), stable_frames_(settings.integer("stable_frames")), reader_(create_reader(settings, info)) {}
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     vorn_result r = vorn_plate_process(reader_.get(), bmp_.fill(frame), VORN_FRAME_BMP24);
@@ -82,7 +82,7 @@ class PlateAnalytic : public Analytic {
     Plate &p = plates_[text_];
     if (p.last_seen < 0 || frame.index - p.last_seen > kNewAppearanceGap) p.reported = false;
     p.last_seen = frame.index;
-    if (run_.frames >= settings_.stable_frames && !p.reported) {
+    if (run_.frames >= stable_frames_ && !p.reported) {
       p.reported = true;
       if (p.appearances++ == 0) {
         p.first_reported = frame.index;
@@ -103,7 +103,7 @@ class PlateAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     if (reading_) {
-      const bool stable = run_.frames >= settings_.stable_frames;
+      const bool stable = run_.frames >= stable_frames_;
       Rgb col = stable ? colors::kGreen : colors::kYellow;
       Box around{box_.left - 4, box_.top - 4, box_.right + 4, box_.bottom + 4};
       c.box(around, col, 2);
@@ -157,6 +157,7 @@ class PlateAnalytic : public Analytic {
   };
 
   AnalyticSettings settings_;
+  int stable_frames_;
   LibraryPtr<vorn_plate, vorn_plate_destroy> reader_;
   Bmp24Frame bmp_;
   // This frame's reading.
@@ -170,12 +171,41 @@ class PlateAnalytic : public Analytic {
   int64_t frames_read_ = 0;
 };
 
-}  // namespace
+void validate_plate(const AnalyticSettings &s, int w, int h) {
+  if (w < 32 || h < 16)
+    usage_error(s.name + ": frames of " + std::to_string(w) + "x" + std::to_string(h) +
+                " are too small for the plate reader (at least 32x16)");
+  // 0 stands for the reader's defaults: 14 and 40 pixels (at most the frame's height).
+  const int min = s.integer("min_char_height"), max = s.integer("max_char_height");
+  const int lo = min ? min : 14;
+  const int hi = max ? max : std::min(40, h);
+  if (hi > h)
+    usage_error(s.name + ": the largest character height " + std::to_string(hi) + " exceeds the frame height " +
+                std::to_string(h));
+  if (lo > hi)
+    usage_error(s.name + ": the smallest character height " + std::to_string(lo) + " exceeds the largest " +
+                std::to_string(hi));
+}
 
 std::unique_ptr<Analytic> create_plate(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<PlateAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec plate_analytic = {
+    "plate",
+    "licence plates read, reported once stable",
+    false,
+    false,
+    {{"weights", SettingType::kText, "DIR", "the reader's weight files (default: the installed ones)"},
+     {"stable_frames", SettingType::kInteger, "N", "frames the same reading needs in a row", 3, 1, 1000},
+     {"min_char_height", SettingType::kInteger, "PX", "smallest character height looked for (default 14)", 0, 8,
+      100000},
+     {"max_char_height", SettingType::kInteger, "PX", "largest character height looked for (default 40)", 0, 8,
+      100000}},
+    create_plate,
+    validate_plate,
+};
+
+}  // namespace vt

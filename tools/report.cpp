@@ -1,6 +1,7 @@
 #include "report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cerrno>
 #include <cstring>
 
@@ -9,46 +10,30 @@
 
 namespace vt {
 
+// A measure rounded to `decimals` places, so that events do not carry a float's noise.
+static double rounded(double v, int decimals) {
+  const double scale = std::pow(10.0, decimals);
+  return std::round(v * scale) / scale;
+}
+
 std::string event_json(const Event &e) {
-  char time[32];
-  std::snprintf(time, sizeof time, "%.3f", e.time);
-  std::string o = "{\"stream\":" + std::to_string(e.stream) + ",\"frame\":" + std::to_string(e.frame) +
-                  ",\"time\":" + time + ",\"analytic\":";
-  append_json_string(o, e.analytic);
-  o += ",\"kind\":";
-  append_json_string(o, e.kind);
-  o += ",\"ids\":[";
-  for (size_t i = 0; i < e.ids.size(); ++i) o += (i ? "," : "") + std::to_string(e.ids[i]);
-  o += "],\"boxes\":[";
-  for (size_t i = 0; i < e.boxes.size(); ++i) {
-    const Box &b = e.boxes[i];
-    o += (i ? ",[" : "[") + std::to_string(b.left) + "," + std::to_string(b.top) + "," + std::to_string(b.right) +
-         "," + std::to_string(b.bottom) + "]";
-  }
-  o += "],\"counts\":{";
-  for (size_t i = 0; i < e.counts.size(); ++i) {
-    if (i) o += ',';
-    append_json_string(o, e.counts[i].first);
-    o += ":" + std::to_string(e.counts[i].second);
-  }
-  o += "}";
-  if (!e.text.empty()) {
-    o += ",\"text\":";
-    append_json_string(o, e.text);
-  }
+  JsonOut o;
+  o["stream"] = e.stream;
+  o["frame"] = e.frame;
+  o["time"] = rounded(e.time, 3);
+  o["analytic"] = e.analytic;
+  o["kind"] = e.kind;
+  o["ids"] = e.ids;
+  o["boxes"] = JsonOut::array();
+  for (const Box &b : e.boxes) o["boxes"].push_back({b.left, b.top, b.right, b.bottom});
+  o["counts"] = JsonOut::object();
+  for (const auto &c : e.counts) o["counts"][c.first] = c.second;
+  if (!e.text.empty()) o["text"] = e.text;
   if (!e.values.empty()) {
-    o += ",\"values\":{";
-    for (size_t i = 0; i < e.values.size(); ++i) {
-      if (i) o += ',';
-      append_json_string(o, e.values[i].first);
-      char v[40];
-      std::snprintf(v, sizeof v, "%.4f", e.values[i].second);
-      o += std::string(":") + v;
-    }
-    o += "}";
+    o["values"] = JsonOut::object();
+    for (const auto &v : e.values) o["values"][v.first] = rounded(v.second, 4);
   }
-  o += "}";
-  return o;
+  return json_line(o);
 }
 
 EventSink::EventSink(const std::string &path) : path_(path) {

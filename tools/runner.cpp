@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -12,12 +13,13 @@
 #include <thread>
 
 extern "C" {
+#include <libavformat/version.h>
 #include <libavutil/log.h>
 }
 
 #include "vorn.h"
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "error.h"
 #include "json.h"
 #include "report.h"
@@ -74,10 +76,7 @@ void draw_header(Canvas &c, const Frame &f) {
 
 void draw_overlay(Canvas &c, const StreamTask &t, const std::vector<std::unique_ptr<Analytic>> &analytics,
                   const Frame &f) {
-  for (size_t i = 0; i < t.settings_list.size(); ++i) {
-    if (analytics[i]) analytics[i]->draw(c);
-    else draw_analytic_geometry(c, t.settings_list[i]);
-  }
+  for (const auto &a : analytics) a->draw(c);
   draw_header(c, f);
 }
 
@@ -126,13 +125,9 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
                 const std::atomic<bool> &stop) {
   const StreamInfo &info = t.source->info();
   std::vector<std::unique_ptr<Analytic>> analytics;
-  for (const AnalyticSettings &s : t.settings_list) {
-    if (analytic_available(s.kind, nullptr)) analytics.push_back(create_analytic(s, info));
-    else analytics.push_back(nullptr);  // drawn as geometry only (the demo's analytics that wait)
-  }
+  for (const AnalyticSettings &s : t.settings_list) analytics.push_back(create_analytic(s, info));
   int row = 0;
-  for (auto &a : analytics)
-    if (a) a->label_row = row++;
+  for (auto &a : analytics) a->label_row = row++;
   std::unique_ptr<VideoWriter> annotate, masks;
   if (!t.annotate.empty()) annotate.reset(new VideoWriter(t.annotate, info.width, info.height, info.fps, codec));
   if (!t.masks.empty()) masks.reset(new VideoWriter(t.masks, info.width, info.height, info.fps, codec));
@@ -205,22 +200,18 @@ std::string stream_path(const std::string &path, int index, int streams) {
 
 int run_plan(RunPlan plan) {
   const bool demo = plan.command == "demo";
-  std::vector<std::string> waiting;
   if (demo) {
     make_dirs(plan.out_dir);
     const std::string d = plan.out_dir + "/";
     if (plan.events_path.empty()) plan.events_path = d + "events.jsonl";
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
-    for (const char *k : {"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}) {
-      AnalyticSettings s;
-      s.kind = s.name = k;
+    for (const AnalyticSpec *a : analytic_registry()) {
+      AnalyticSettings s = settings_of(a->kind);
       // The viewer (`vorn view`) shows the demo's trajectories from this file.
-      if (s.kind == "trajectories") s.save_path = d + "trajectories.vbct";
+      if (std::string(a->kind) == "trajectories") s.set_text("save", d + "trajectories.vbct");
       plan.analytics.push_back(s);
-      std::string why;
-      if (!analytic_available(k, &why)) waiting.push_back(std::string(k) + ": not available in this build (" + why + ")");
-      else if (std::string(k) == "bgsub" && plan.masks_path.empty()) plan.masks_path = d + "masks.mp4";
+      if (a->writes_masks && plan.masks_path.empty()) plan.masks_path = d + "masks.mp4";
     }
   }
   if (plan.inputs.empty()) plan.inputs.push_back(kSceneInput);
@@ -244,18 +235,12 @@ int run_plan(RunPlan plan) {
     for (AnalyticSettings &s : t.settings_list) {
       if (t.truth) fill_from_scene(s, *t.truth);
       validate_settings(s, info.width, info.height);
-      s.save_path = stream_path(s.save_path, i, n);
+      for (const SettingSpec &o : s.spec()->settings)
+        if (o.type == SettingType::kOutput && s.has(o.field)) s.set_text(o.field, stream_path(s.text(o.field), i, n));
     }
     t.annotate = stream_path(plan.annotate_path, i, n);
     t.snapshot = stream_path(plan.snapshot_path, i, n);
     t.masks = stream_path(plan.masks_path, i, n);
-  }
-  if (!demo) {
-    for (const AnalyticSettings &s : plan.analytics) {
-      std::string why;
-      if (!analytic_available(s.kind, &why))
-        throw ToolError(kExitUnavailable, s.kind + ": not available in this build (" + why + ")");
-    }
   }
   if (demo) {
     const SceneTruth *truth = tasks[0].truth;
@@ -338,7 +323,6 @@ int run_plan(RunPlan plan) {
     if (!truth->plate.empty()) text += ", a parked car with the plate " + truth->plate;
     text += "\n";
   }
-  for (const std::string &w : waiting) text += w + "\n";
   if (demo) text += "outputs in " + plan.out_dir + "/\n";
   std::fputs(text.c_str(), out);
   std::fflush(out);
@@ -383,16 +367,14 @@ int write_scene(const RunPlan &plan) {
 int describe_inputs(const RunPlan &plan) {
   if (plan.inputs.empty()) {
     // What this build can run: one JSON line per analytic.
-    for (const std::string &kind : analytic_kinds()) {
-      std::string why, line = "{\"analytic\":";
-      append_json_string(line, kind);
-      const bool ok = analytic_available(kind, &why);
-      line += std::string(",\"available\":") + (ok ? "true" : "false");
-      if (!ok) {
-        line += ",\"why\":";
-        append_json_string(line, why);
-      }
-      std::fputs((line + "}\n").c_str(), stdout);
+    for (const AnalyticSpec *a : analytic_registry()) {
+      JsonOut line;
+      line["analytic"] = a->kind;
+      line["summary"] = a->summary;
+      line["settings"] = JsonOut::array();
+      for (const SettingSpec &s : a->settings) line["settings"].push_back(s.field);
+      line["background_model"] = a->background_model;
+      std::fputs((json_line(line) + "\n").c_str(), stdout);
     }
     return kExitOk;
   }
@@ -409,12 +391,15 @@ int describe_inputs(const RunPlan &plan) {
       last_time = f.time;
     }
     double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    std::string line = "{\"input\":";
-    append_json_string(line, input);
-    line += ",\"width\":" + std::to_string(src->info().width) + ",\"height\":" + std::to_string(src->info().height) +
-            ",\"fps\":" + fmt(src->info().fps, 3) + ",\"frames\":" + std::to_string(n) +
-            ",\"last_time\":" + fmt(last_time, 3) + ",\"decode_fps\":" + fmt(secs > 0 ? n / secs : 0.0, 1) + "}\n";
-    std::fputs(line.c_str(), stdout);
+    JsonOut line;
+    line["input"] = input;
+    line["width"] = src->info().width;
+    line["height"] = src->info().height;
+    line["fps"] = std::round(src->info().fps * 1000) / 1000;
+    line["frames"] = n;
+    line["last_time"] = std::round(last_time * 1000) / 1000;
+    line["decode_fps"] = std::round((secs > 0 ? n / secs : 0.0) * 10) / 10;
+    std::fputs((json_line(line) + "\n").c_str(), stdout);
   }
   return kExitOk;
 }
@@ -425,7 +410,14 @@ int tool_main(int argc, const char *const *argv) {
   try {
     RunPlan plan = parse_command_line(argc, argv);
     if (plan.command == "help") {
-      std::fputs(usage_text().c_str(), stdout);
+      std::fputs(command_usage(plan.help_topic).c_str(), stdout);
+      return kExitOk;
+    }
+    if (plan.command == "version") {
+      // The program's version is the one it was built with; the library's is that of the one loaded.
+      const uint32_t v = vorn_get_version();
+      std::printf("vorn %s (library %u.%u.%u, FFmpeg libavformat %s)\n", VORN_VERSION_STRING, unsigned(v >> 16),
+                  unsigned((v >> 8) & 0xFF), unsigned(v & 0xFF), AV_STRINGIFY(LIBAVFORMAT_VERSION));
       return kExitOk;
     }
     if (plan.command == "scene") return write_scene(plan);

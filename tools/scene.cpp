@@ -51,52 +51,41 @@ int SceneTruth::passes_from(int area) const {
   return static_cast<int>(std::count_if(passes.begin(), passes.end(), [&](const ScenePass &p) { return p.from == area; }));
 }
 
-static void append_polygon(std::string &o, const Polygon &p) {
-  o += '[';
-  for (size_t i = 0; i < p.size(); ++i) {
-    if (i) o += ',';
-    o += "[" + std::to_string(p[i].x) + "," + std::to_string(p[i].y) + "]";
-  }
-  o += ']';
+static JsonOut polygon_json(const Polygon &p) {
+  JsonOut o = JsonOut::array();
+  for (const Pt &q : p) o.push_back({q.x, q.y});
+  return o;
 }
 
-static std::string segment_json(const Segment &s) {
-  return "[" + std::to_string(s.a.x) + "," + std::to_string(s.a.y) + "," + std::to_string(s.b.x) + "," +
-         std::to_string(s.b.y) + "]";
-}
+static JsonOut box_json(const Box &b) { return {b.left, b.top, b.right, b.bottom}; }
 
 std::string SceneTruth::to_json() const {
-  std::string o = "{\"width\":" + std::to_string(width) + ",\"height\":" + std::to_string(height) +
-                  ",\"fps\":" + std::to_string(static_cast<int>(fps)) + ",\"frames\":" + std::to_string(frames) +
-                  ",\"walkers\":" + std::to_string(walkers);
-  o += ",\"guard\":{\"line\":" + segment_json(guard_line) + ",\"direction\":" + segment_json(direction_line) +
-       ",\"half_width\":" + std::to_string(half_width) + ",\"down\":" + std::to_string(crossings_down()) +
-       ",\"up\":" + std::to_string(crossings_up()) + ",\"crossings\":[";
-  for (size_t i = 0; i < crossings.size(); ++i) {
-    const SceneCrossing &c = crossings[i];
-    if (i) o += ',';
-    o += "{\"frame\":" + std::to_string(c.frame) + ",\"walker\":" + std::to_string(c.walker) +
-         ",\"direction\":\"" + (c.down ? "down" : "up") + "\",\"guarded\":" + (c.guarded ? "true" : "false") + "}";
-  }
-  o += "]},\"count\":{\"area0\":";
-  append_polygon(o, area0);
-  o += ",\"area1\":";
-  append_polygon(o, area1);
-  o += ",\"from_area0\":" + std::to_string(passes_from(0)) + ",\"from_area1\":" + std::to_string(passes_from(1)) +
-       ",\"passes\":[";
-  for (size_t i = 0; i < passes.size(); ++i) {
-    if (i) o += ',';
-    o += "{\"frame\":" + std::to_string(passes[i].frame) + ",\"walker\":" + std::to_string(passes[i].walker) +
-         ",\"from\":" + std::to_string(passes[i].from) + "}";
-  }
-  o += "]},\"left\":{\"region\":";
-  append_polygon(o, region);
-  o += ",\"frame\":" + std::to_string(left.frame) + ",\"box\":[" + std::to_string(left.box.left) + "," +
-       std::to_string(left.box.top) + "," + std::to_string(left.box.right) + "," + std::to_string(left.box.bottom) +
-       "]},\"plate\":{\"text\":\"" + plate + "\",\"box\":[" + std::to_string(plate_box.left) + "," +
-       std::to_string(plate_box.top) + "," + std::to_string(plate_box.right) + "," + std::to_string(plate_box.bottom) +
-       "]}}";
-  return o;
+  JsonOut o;
+  o["width"] = width;
+  o["height"] = height;
+  o["fps"] = static_cast<int>(fps);
+  o["frames"] = frames;
+  o["walkers"] = walkers;
+  JsonOut &guard = o["guard"];
+  guard["line"] = {guard_line.a.x, guard_line.a.y, guard_line.b.x, guard_line.b.y};
+  guard["direction"] = {direction_line.a.x, direction_line.a.y, direction_line.b.x, direction_line.b.y};
+  guard["half_width"] = half_width;
+  guard["down"] = crossings_down();
+  guard["up"] = crossings_up();
+  guard["crossings"] = JsonOut::array();
+  for (const SceneCrossing &c : crossings)
+    guard["crossings"].push_back(
+        {{"frame", c.frame}, {"walker", c.walker}, {"direction", c.down ? "down" : "up"}, {"guarded", c.guarded}});
+  JsonOut &count = o["count"];
+  count["area0"] = polygon_json(area0);
+  count["area1"] = polygon_json(area1);
+  count["from_area0"] = passes_from(0);
+  count["from_area1"] = passes_from(1);
+  count["passes"] = JsonOut::array();
+  for (const ScenePass &p : passes) count["passes"].push_back({{"frame", p.frame}, {"walker", p.walker}, {"from", p.from}});
+  o["left"] = {{"region", polygon_json(region)}, {"frame", left.frame}, {"box", box_json(left.box)}};
+  o["plate"] = {{"text", plate}, {"box", box_json(plate_box)}};
+  return json_line(o);
 }
 
 StreetScene::StreetScene(int frames) {

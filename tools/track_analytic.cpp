@@ -1,12 +1,10 @@
 // track: moving objects followed from frame to frame by the library's multi-object tracker.
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_TRACKER
 #include <cstdio>
 #include <map>
 
 #include "vorn_tracker.h"
 
+#include "analytic_registry.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -112,12 +110,14 @@ class TrackAnalytic : public Analytic {
   int64_t started_ = 0, learning_ = 0;
 };
 
-}  // namespace
-
 std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<TrackAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+extern const AnalyticSpec track_analytic = {
+    "track", "moving objects and their tracks", true, false, {}, create_track,
+};
+
+}  // namespace vt

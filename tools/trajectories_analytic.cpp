@@ -1,9 +1,6 @@
 // trajectories: feature points followed through the video by the library's trajectory recorder. The overlay shows
 // the live points' recent paths; at the end the recording is finished, optionally saved, and summed up in one
 // "trajectories" event (one event per trajectory would swamp the stream: a street clip gives thousands).
-#include "factories.h"
-
-#if VORN_TOOL_HAVE_VBC
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -12,6 +9,7 @@
 
 #include "vorn_vbc.h"
 
+#include "analytic_registry.h"
 #include "library_frame.h"
 
 namespace vt {
@@ -22,20 +20,21 @@ constexpr uint32_t kTrailLength = 12;  // positions drawn per live trajectory
 
 class TrajectoriesAnalytic : public Analytic {
  public:
-  TrajectoriesAnalytic(const AnalyticSettings &settings, const StreamInfo &info) : settings_(settings) {
+  TrajectoriesAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
+      : settings_(settings), save_path_(settings.text("save")) {
     vorn_vbc_params p{};
     p.width = static_cast<uint32_t>(info.width);
     p.height = static_cast<uint32_t>(info.height);
     p.frame_type = VORN_FRAME_BMP24;
-    p.max_points = static_cast<uint32_t>(settings.max_points);
-    p.min_length = static_cast<uint32_t>(settings.min_length);
-    p.min_distance = static_cast<uint32_t>(settings.min_distance);
-    p.motion_threshold = static_cast<uint32_t>(settings.motion_threshold);
+    p.max_points = static_cast<uint32_t>(settings.integer("max_points"));
+    p.min_length = static_cast<uint32_t>(settings.integer("min_length"));
+    p.min_distance = static_cast<uint32_t>(settings.integer("min_distance"));
+    p.motion_threshold = static_cast<uint32_t>(settings.integer("motion_threshold"));
     vbc_.reset(create_object(vorn_vbc_create, p, settings.name, "the trajectory recorder"));
     // A file that cannot be written is found now rather than after the whole video.
-    if (!settings.save_path.empty()) {
-      FILE *f = std::fopen(settings.save_path.c_str(), "wb");
-      if (!f) runtime_error(settings.name + ": cannot write '" + settings.save_path + "': " + std::strerror(errno));
+    if (!save_path_.empty()) {
+      FILE *f = std::fopen(save_path_.c_str(), "wb");
+      if (!f) runtime_error(settings.name + ": cannot write '" + save_path_ + "': " + std::strerror(errno));
       std::fclose(f);
     }
   }
@@ -82,9 +81,9 @@ class TrajectoriesAnalytic : public Analytic {
       median_ = lengths[(lengths.size() - 1) / 2];
     }
     finished_ = true;
-    if (!settings_.save_path.empty()) {
-      vorn_result r = vorn_vbc_save(vbc_.get(), settings_.save_path.c_str());
-      if (r == VORN_E_FILE) runtime_error(settings_.name + ": cannot write '" + settings_.save_path + "'");
+    if (!save_path_.empty()) {
+      vorn_result r = vorn_vbc_save(vbc_.get(), save_path_.c_str());
+      if (r == VORN_E_FILE) runtime_error(settings_.name + ": cannot write '" + save_path_ + "'");
       if (r != VORN_OK) library_failed(settings_.name, "saving the trajectories", r);
     }
     Event e;
@@ -106,7 +105,7 @@ class TrajectoriesAnalytic : public Analytic {
     std::vector<SummaryRow> rows = {{settings_.name, "trajectories", std::to_string(trajectories_)},
                                     {settings_.name, "frames", std::to_string(frames_)}};
     if (finished_) rows.push_back({settings_.name, "median length (frames)", std::to_string(median_)});
-    if (!settings_.save_path.empty()) rows.push_back({settings_.name, "saved to", settings_.save_path});
+    if (!save_path_.empty()) rows.push_back({settings_.name, "saved to", save_path_});
     return rows;
   }
 
@@ -118,6 +117,7 @@ class TrajectoriesAnalytic : public Analytic {
   };
 
   AnalyticSettings settings_;
+  std::string save_path_;  // the recording, written at the end ("": not written)
   LibraryPtr<vorn_vbc, vorn_vbc_destroy> vbc_;
   Bmp24Frame bmp_;
   std::vector<Trail> trails_;
@@ -125,12 +125,31 @@ class TrajectoriesAnalytic : public Analytic {
   bool finished_ = false;
 };
 
-}  // namespace
+void validate_trajectories(const AnalyticSettings &s, int w, int h) {
+  if (w < 16 || h < 16)
+    usage_error(s.name + ": frames of " + std::to_string(w) + "x" + std::to_string(h) +
+                " are too small for the trajectory recorder (at least 16x16)");
+}
 
 std::unique_ptr<Analytic> create_trajectories(const AnalyticSettings &settings, const StreamInfo &stream) {
   return std::make_unique<TrajectoriesAnalytic>(settings, stream);
 }
 
-}  // namespace vt
+}  // namespace
 
-#endif
+// 0 stands for the recorder's defaults (400 points, length 10, spacing 10, threshold 10).
+extern const AnalyticSpec trajectories_analytic = {
+    "trajectories",
+    "feature-point trajectories, recorded and optionally saved",
+    false,
+    false,
+    {{"save", SettingType::kOutput, "FILE", "write the recording to FILE"},
+     {"max_points", SettingType::kInteger, "N", "points followed at once (default 400)", 0, 1, 65536},
+     {"min_length", SettingType::kInteger, "N", "frames a trajectory needs to be kept (default 10)", 0, 1, 1000000},
+     {"min_distance", SettingType::kInteger, "PX", "pixels between seeded points (default 10)", 0, 1, 10000},
+     {"motion_threshold", SettingType::kInteger, "T", "grey-level change worth seeding (default 10)", 0, 1, 255}},
+    create_trajectories,
+    validate_trajectories,
+};
+
+}  // namespace vt

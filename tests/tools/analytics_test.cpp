@@ -1,10 +1,9 @@
-// The analytics over the built-in scene, checked against what the scene holds. An analytic whose library family is
-// not in this build is skipped.
+// The analytics over the built-in scene, checked against what the scene holds.
 #include <gtest/gtest.h>
 
 #include <map>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "json.h"
 #include "scene.h"
 #include "tool_test_util.h"
@@ -12,14 +11,8 @@
 
 namespace {
 
-bool available(const char *kind) {
-  std::string why;
-  return vt::analytic_available(kind, &why);
-}
-
 std::unique_ptr<vt::Analytic> make(const char *kind, const vt::StreetScene &scene) {
-  vt::AnalyticSettings s;
-  s.kind = s.name = kind;
+  vt::AnalyticSettings s = vt::settings_of(kind);
   vt::fill_from_scene(s, scene.truth());
   vt::validate_settings(s, 768, 576);
   return vt::create_analytic(s, scene.info());
@@ -39,7 +32,6 @@ std::vector<vt::Json> events_of(const std::string &path) {
 }
 
 TEST(BgsubOnScene, ForegroundLiesOnThePeopleAndTheBag) {
-  if (!available("bgsub")) GTEST_SKIP() << "no background models in this build";
   vorn_init();
   vt::StreetScene scene(260);
   std::unique_ptr<vt::Analytic> a = make("bgsub", scene);
@@ -72,7 +64,6 @@ TEST(BgsubOnScene, ForegroundLiesOnThePeopleAndTheBag) {
 }
 
 TEST(BgsubOnScene, ProgramWritesMasksAndEvents) {
-  if (!available("bgsub")) GTEST_SKIP() << "no background models in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("bgsub --frames 120 --quiet --events " + dir + "/ev.jsonl --masks " + dir +
                                          "/m.mp4 --snapshot " + dir + "/s.png");
@@ -94,7 +85,6 @@ TEST(BgsubOnScene, ProgramWritesMasksAndEvents) {
 }
 
 TEST(CountOnScene, PassesBothWaysMatchTheScene) {
-  if (!available("count")) GTEST_SKIP() << "no object counter in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("count --quiet --events " + dir + "/ev.jsonl");
   ASSERT_EQ(r.status, 0) << r.err;
@@ -126,7 +116,6 @@ TEST(CountOnScene, PassesBothWaysMatchTheScene) {
 namespace {
 
 TEST(GuardOnScene, CrossingsBothWaysMatchTheScene) {
-  if (!available("guard")) GTEST_SKIP() << "no guard lines in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("guard --quiet --events " + dir + "/ev.jsonl");
   ASSERT_EQ(r.status, 0) << r.err;
@@ -155,7 +144,6 @@ TEST(GuardOnScene, CrossingsBothWaysMatchTheScene) {
 }
 
 TEST(LeftOnScene, TheBagIsFoundWhereItWasPutDown) {
-  if (!available("left")) GTEST_SKIP() << "no left-object detector in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("left --quiet --events " + dir + "/ev.jsonl");
   ASSERT_EQ(r.status, 0) << r.err;
@@ -181,7 +169,6 @@ TEST(LeftOnScene, TheBagIsFoundWhereItWasPutDown) {
 namespace {
 
 TEST(TrackOnScene, TracksStartBeforeTheyEndAndFollowPeople) {
-  if (!available("track")) GTEST_SKIP() << "no multi-object tracker in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("track --quiet --frames 300 --events " + dir + "/ev.jsonl");
   ASSERT_EQ(r.status, 0) << r.err;
@@ -211,7 +198,6 @@ TEST(TrackOnScene, TracksStartBeforeTheyEndAndFollowPeople) {
 }
 
 TEST(PlateOnScene, TheParkedCarsPlateIsReadOnceWhereItStands) {
-  if (!available("plate")) GTEST_SKIP() << "no plate reader in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("plate --quiet --frames 30 --events " + dir + "/ev.jsonl");
   ASSERT_EQ(r.status, 0) << r.err;

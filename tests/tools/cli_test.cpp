@@ -1,7 +1,7 @@
 // Runs of the `vorn` program itself: exit statuses, messages, and the files it writes.
 #include <gtest/gtest.h>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "json.h"
 #include "report.h"
 #include "runner.h"
@@ -49,16 +49,6 @@ TEST(Cli, BadInputsStopWithOneMessage) {
   std::fclose(c);
   expect_one_message(run_tool("run --config " + dir + "/c.json"), 2,
                      dir + "/c.json:2:30: left.region: a polygon needs at least 3 points, got 2");
-}
-
-TEST(Cli, AnalyticsMissingFromTheLibrarySayWhatTheyWaitFor) {
-  for (const char *kind : {"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}) {
-    std::string why;
-    if (vt::analytic_available(kind, &why)) continue;
-    tool_test::Run r = run_tool(std::string(kind) + " --frames 3");
-    EXPECT_EQ(r.status, 3) << kind;
-    EXPECT_EQ(r.err, std::string("vorn: ") + kind + ": not available in this build (" + why + ")\n");
-  }
 }
 
 TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {

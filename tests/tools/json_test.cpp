@@ -48,29 +48,53 @@ TEST(Json, DecodesUnicodeEscapesToUtf8) {
 }
 
 TEST(Json, RejectsMalformedInputWithItsPosition) {
-  EXPECT_EQ(error_of("{\"a\": 1,}"), "cfg:1:9: expected a field name in double quotes");
-  EXPECT_EQ(error_of("[1,\n 2,\n 3"), "cfg:3:3: expected ',' or ']'");
+  EXPECT_EQ(error_of("{\"a\": 1,}"),
+            "cfg:1:9: syntax error while parsing object key - unexpected '}'; expected string literal");
+  EXPECT_EQ(error_of("[1,\n 2,\n 3"), "cfg:3:3: syntax error while parsing array - unexpected end of input; expected ']'");
   EXPECT_EQ(error_of("{\"a\": 1, \"a\": 2}"), "cfg:1:10: field \"a\" given twice");
-  EXPECT_NE(error_of("\"abc").find("unterminated string"), std::string::npos);
-  EXPECT_NE(error_of("01").find("unexpected text after the end"), std::string::npos);
-  EXPECT_NE(error_of("1.").find("malformed number"), std::string::npos);
-  EXPECT_NE(error_of("-").find("malformed number"), std::string::npos);
-  EXPECT_NE(error_of("1e999").find("out of range"), std::string::npos);
-  EXPECT_NE(error_of("tru").find("expected 'true'"), std::string::npos);
+  EXPECT_EQ(error_of("{\"x\": {\"a\\\"\": 1,\n \"a\\\"\": 2}}"), "cfg:2:2: field \"a\"\" given twice");
+  EXPECT_EQ(error_of("\"abc").rfind("cfg:1:5: ", 0), 0u);
+  EXPECT_NE(error_of("\"abc").find("missing closing quote"), std::string::npos);
+  EXPECT_NE(error_of("01").find("expected end of input"), std::string::npos);
+  EXPECT_NE(error_of("1.").find("invalid number"), std::string::npos);
+  EXPECT_NE(error_of("-").find("invalid number"), std::string::npos);
+  EXPECT_NE(error_of("1e999").find("number overflow"), std::string::npos);
+  EXPECT_NE(error_of("tru").find("invalid literal"), std::string::npos);
   EXPECT_NE(error_of("\"\\ud800x\"").find("surrogate"), std::string::npos);
   EXPECT_NE(error_of("\"a\tb\"").find("control character"), std::string::npos);
-  EXPECT_NE(error_of("").find("end of the document"), std::string::npos);
-  EXPECT_NE(error_of(std::string(65, '[') + std::string(65, ']')).find("deeper than 64"), std::string::npos);
+  EXPECT_NE(error_of("").find("unexpected end of input"), std::string::npos);
+  EXPECT_EQ(error_of(std::string(65, '[') + std::string(65, ']')), "cfg:1:65: nesting deeper than 64 levels");
   EXPECT_EQ(error_of(std::string(64, '[') + std::string(64, ']')), "");
+}
+
+TEST(Json, ByteOrderMarkIsSkippedAndColumnsCountFromTheText) {
+  vt::Json d = vt::parse_json("\xEF\xBB\xBF{\"a\": [1, 25]}", "cfg");
+  EXPECT_EQ(d.find("a")->items[1].number, 25.0);
+  EXPECT_EQ(d.find("a")->items[1].column, 11);
+  EXPECT_EQ(error_of("\xEF\xBB\xBF{\"a\": [1, 2,]}").rfind("cfg:1:13: ", 0), 0u);
+}
+
+TEST(Json, ValuesArePlacedWhereTheyStart) {
+  vt::Json d = vt::parse_json("{\"n\": -12.5e1,\n \"s\": \"q\\\"\\\\\", \"t\": true, \"z\": null,\n\"o\": {}, \"l\": [0]}", "cfg");
+  const std::pair<const char *, std::pair<int, int>> at[] = {{"n", {1, 7}}, {"s", {2, 7}}, {"t", {2, 21}},
+                                                             {"z", {2, 32}}, {"o", {3, 6}}, {"l", {3, 15}}};
+  for (const auto &a : at) {
+    const vt::Json *v = d.find(a.first);
+    ASSERT_TRUE(v) << a.first;
+    EXPECT_EQ(v->line, a.second.first) << a.first;
+    EXPECT_EQ(v->column, a.second.second) << a.first;
+  }
+  EXPECT_EQ(d.find("s")->text, "q\"\\");
+  EXPECT_EQ(d.find("l")->items[0].column, 16);
 }
 
 TEST(Json, WrittenStringsReadBackUnchanged) {
   std::string all;
   for (int c = 1; c < 128; ++c) all += static_cast<char>(c);
   all += "\xC3\xA9";
-  std::string lit;
-  vt::append_json_string(lit, all);
-  EXPECT_EQ(vt::parse_json(lit, "lit").text, all);
+  EXPECT_EQ(vt::parse_json(vt::json_line(all), "lit").text, all);
+  // Bytes that are no UTF-8 are replaced rather than making the whole line fail.
+  EXPECT_EQ(vt::json_line(std::string("a\xFF") + "b"), "\"a\xEF\xBF\xBD" "b\"");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "error.h"
+#include "analytic_registry.h"
 #include "options.h"
 #include "scene.h"
 
@@ -43,11 +44,11 @@ TEST(CommandLine, GuardGeometryAndOutputs) {
   ASSERT_EQ(p.analytics.size(), 1u);
   const vt::AnalyticSettings &g = p.analytics[0];
   EXPECT_EQ(g.kind, "guard");
-  ASSERT_TRUE(g.line && g.direction);
-  EXPECT_EQ(g.line->a.x, 60);
-  EXPECT_EQ(g.line->b.x, 360);
-  EXPECT_EQ(g.direction->b.y, 340);
-  EXPECT_EQ(g.half_width, 25);
+  ASSERT_TRUE(g.segment("line") && g.segment("direction"));
+  EXPECT_EQ(g.segment("line")->a.x, 60);
+  EXPECT_EQ(g.segment("line")->b.x, 360);
+  EXPECT_EQ(g.segment("direction")->b.y, 340);
+  EXPECT_EQ(g.integer("half_width"), 25);
   ASSERT_EQ(g.bk_params.size(), 2u);
   EXPECT_EQ(g.bk_params[0], (std::pair<uint32_t, uint32_t>(5, 0x101)));
   EXPECT_EQ(g.bk_params[1], (std::pair<uint32_t, uint32_t>(7, 9)));
@@ -62,13 +63,13 @@ TEST(CommandLine, GuardGeometryAndOutputs) {
 TEST(CommandLine, CountAndLeftPolygons) {
   vt::RunPlan c = parse({"count", "--area0", "1,1, 9,1, 9,9", "--area1", "20,20,30,20,30,30,20,30", "--logic", "1"});
   ASSERT_EQ(c.analytics.size(), 1u);
-  EXPECT_EQ(c.analytics[0].area0->size(), 3u);
-  EXPECT_EQ(c.analytics[0].area1->size(), 4u);
-  EXPECT_EQ((*c.analytics[0].area1)[2].y, 30);
-  EXPECT_EQ(c.analytics[0].logic, 1);
+  EXPECT_EQ(c.analytics[0].polygon("area0")->size(), 3u);
+  EXPECT_EQ(c.analytics[0].polygon("area1")->size(), 4u);
+  EXPECT_EQ((*c.analytics[0].polygon("area1"))[2].y, 30);
+  EXPECT_EQ(c.analytics[0].integer("logic"), 1);
   vt::RunPlan l = parse({"left", "--region", "0,0,10,0,10,10", "--frame-threshold", "80", "--scenecut"});
-  EXPECT_EQ(l.analytics[0].frame_threshold, 80);
-  EXPECT_TRUE(l.analytics[0].scenecut);
+  EXPECT_EQ(l.analytics[0].integer("frame_threshold"), 80);
+  EXPECT_TRUE(l.analytics[0].flag("scenecut"));
   EXPECT_TRUE(l.inputs.empty());  // the built-in scene
 }
 
@@ -110,13 +111,13 @@ TEST(Config, SeveralAnalyticsOverOneStream) {
   ASSERT_EQ(plan.analytics.size(), 6u);
   EXPECT_EQ(plan.inputs, std::vector<std::string>{"a.mp4"});
   EXPECT_EQ(plan.analytics[0].name, "guard");
-  EXPECT_EQ(plan.analytics[0].direction->a.y, 260);
-  EXPECT_EQ(plan.analytics[0].half_width, 30);
+  EXPECT_EQ(plan.analytics[0].segment("direction")->a.y, 260);
+  EXPECT_EQ(plan.analytics[0].integer("half_width"), 30);
   EXPECT_EQ(plan.analytics[1].name, "door");
   EXPECT_EQ(plan.analytics[1].bk_params[0], (std::pair<uint32_t, uint32_t>(5, 257)));
-  EXPECT_EQ(plan.analytics[2].area1->size(), 3u);
-  EXPECT_EQ(plan.analytics[2].sensitivity, 40);
-  EXPECT_TRUE(plan.analytics[3].scenecut);
+  EXPECT_EQ(plan.analytics[2].polygon("area1")->size(), 3u);
+  EXPECT_EQ(plan.analytics[2].integer("sensitivity"), 40);
+  EXPECT_TRUE(plan.analytics[3].flag("scenecut"));
   EXPECT_EQ(plan.analytics[4].bk_type, 2u);
   // Two unnamed analytics of one kind are told apart by their position.
   EXPECT_EQ(plan.analytics[4].name, "bgsub#4");
@@ -136,18 +137,18 @@ TEST(Config, PlateAndTrajectorySettingsMatchTheirOptions) {
   ASSERT_EQ(conf.analytics.size(), 2u);
   for (const vt::AnalyticSettings *p : {&conf.analytics[0], &plate.analytics.at(0)}) {
     EXPECT_EQ(p->kind, "plate");
-    EXPECT_EQ(p->weights_dir, "w");
-    EXPECT_EQ(p->stable_frames, 5);
-    EXPECT_EQ(p->min_char_height, 12);
-    EXPECT_EQ(p->max_char_height, 30);
+    EXPECT_EQ(p->text("weights"), "w");
+    EXPECT_EQ(p->integer("stable_frames"), 5);
+    EXPECT_EQ(p->integer("min_char_height"), 12);
+    EXPECT_EQ(p->integer("max_char_height"), 30);
   }
   for (const vt::AnalyticSettings *t : {&conf.analytics[1], &traj.analytics.at(0)}) {
     EXPECT_EQ(t->kind, "trajectories");
-    EXPECT_EQ(t->save_path, "t.vbct");
-    EXPECT_EQ(t->max_points, 50);
-    EXPECT_EQ(t->min_length, 20);
-    EXPECT_EQ(t->min_distance, 7);
-    EXPECT_EQ(t->motion_threshold, 25);
+    EXPECT_EQ(t->text("save"), "t.vbct");
+    EXPECT_EQ(t->integer("max_points"), 50);
+    EXPECT_EQ(t->integer("min_length"), 20);
+    EXPECT_EQ(t->integer("min_distance"), 7);
+    EXPECT_EQ(t->integer("motion_threshold"), 25);
   }
   EXPECT_EQ(parse_error({"plate", "--save", "x"}), "option '--save' does not apply to 'plate'");
   EXPECT_EQ(parse_error({"trajectories", "--weights", "w"}), "option '--weights' does not apply to 'trajectories'");
@@ -183,7 +184,7 @@ TEST(Config, SingleAnalyticCommandTakesItsSettingsFromOneSource) {
   std::fclose(f);
   vt::RunPlan p = parse({"guard", "--config", path.c_str()});
   ASSERT_EQ(p.analytics.size(), 1u);
-  EXPECT_EQ(p.analytics[0].line->b.y, 4);
+  EXPECT_EQ(p.analytics[0].segment("line")->b.y, 4);
   EXPECT_EQ(parse_error({"guard", "--config", path.c_str(), "--half-width", "3"}),
             "guard: give the analytic's settings either on the command line or in --config, not both");
   EXPECT_EQ(parse_error({"count", "--config", path.c_str()}),
@@ -199,30 +200,27 @@ TEST(Validation, GeometryIsCheckedAgainstTheFrame) {
     }
     return "(accepted)";
   };
-  vt::AnalyticSettings g;
-  g.kind = g.name = "guard";
+  vt::AnalyticSettings g = vt::settings_of("guard");
   EXPECT_EQ(error(g), "guard: guard line is missing (give --line x0,y0,x1,y1)");
-  g.line = vt::Segment{{0, 0}, {768, 10}};
-  g.direction = vt::Segment{{5, 5}, {5, 50}};
+  g.set_points("line", {{0, 0}, {768, 10}});
+  g.set_points("direction", {{5, 5}, {5, 50}});
   EXPECT_EQ(error(g), "guard: guard line: point (768,10) lies outside the 768x576 frame");
-  g.line = vt::Segment{{0, 0}, {767, 575}};
+  g.set_points("line", {{0, 0}, {767, 575}});
   EXPECT_EQ(error(g), "(accepted)");
-  g.direction = vt::Segment{{5, 5}, {5, 5}};
+  g.set_points("direction", {{5, 5}, {5, 5}});
   EXPECT_EQ(error(g), "guard: direction line has zero length");
 
-  vt::AnalyticSettings c;
-  c.kind = c.name = "count";
-  c.area0 = vt::Polygon{{0, 0}, {10, 0}, {10, 10}};
-  c.area1 = vt::Polygon{{0, 0}, {10, -1}, {10, 10}};
+  vt::AnalyticSettings c = vt::settings_of("count");
+  c.set_points("area0", {{0, 0}, {10, 0}, {10, 10}});
+  c.set_points("area1", {{0, 0}, {10, -1}, {10, 10}});
   EXPECT_EQ(error(c), "count: area 1: point (10,-1) lies outside the 768x576 frame");
-  c.area1 = vt::Polygon{{0, 0}, {10, 0}};
+  c.set_points("area1", {{0, 0}, {10, 0}});
   EXPECT_EQ(error(c), "count: area 1: a polygon needs at least 3 points, got 2");
 
   // On the built-in scene, missing geometry comes from the scene's own layout and fits its frame.
   vt::StreetScene scene(10);
   for (const char *kind : {"guard", "count", "left", "track", "bgsub"}) {
-    vt::AnalyticSettings s;
-    s.kind = s.name = kind;
+    vt::AnalyticSettings s = vt::settings_of(kind);
     vt::fill_from_scene(s, scene.truth());
     EXPECT_EQ(error(s), "(accepted)") << kind;
   }

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <random>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "json.h"
 #include "plate_synth.h"
 #include "tool_test_util.h"
@@ -77,13 +77,7 @@ std::vector<vt::Json> json_lines(const std::string &text) {
   return out;
 }
 
-bool available() {
-  std::string why;
-  return vt::analytic_available("plate", &why);
-}
-
 TEST(PlateTool, ClipOfAPlateIsReadOnceWithItsText) {
-  if (!available()) GTEST_SKIP() << "no plate reader in this build";
   const std::string dir = tool_test::scratch_dir();
   PlateClip clip(2024);
   const int frames = 8;
@@ -126,11 +120,9 @@ TEST(PlateTool, ClipOfAPlateIsReadOnceWithItsText) {
 }
 
 TEST(PlateTool, APlateIsReportedAgainOnlyAfterItWasGone) {
-  if (!available()) GTEST_SKIP() << "no plate reader in this build";
   vorn_init();
-  vt::AnalyticSettings s;
-  s.kind = s.name = "plate";
-  s.stable_frames = 2;
+  vt::AnalyticSettings s = vt::settings_of("plate");
+  s.set_integer("stable_frames", 2);
   vt::StreamInfo info;
   info.width = kW;
   info.height = kH;
@@ -172,7 +164,6 @@ TEST(PlateTool, APlateIsReportedAgainOnlyAfterItWasGone) {
 TEST(PlateTool, BadWeightsOrSizesStopWithOneMessage) {
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("plate --frames 2 --weights " + dir + "/none");
-  if (!available()) GTEST_SKIP() << "no plate reader in this build";
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "vorn: plate: weights directory '" + dir +
                        "/none' does not exist (charnum.who, num.who and char.who)\n");

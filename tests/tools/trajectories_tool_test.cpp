@@ -5,18 +5,13 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "analytic.h"
+#include "analytic_registry.h"
 #include "json.h"
 #include "scene.h"
 #include "tool_test_util.h"
 #include "vorn.h"
 
 namespace {
-
-bool available() {
-  std::string why;
-  return vt::analytic_available("trajectories", &why);
-}
 
 struct Recording {
   uint32_t count = 0, frames = 0;
@@ -55,7 +50,6 @@ const vt::Json &only_event(const std::string &path) {
 }
 
 TEST(TrajectoriesTool, SavedRecordingMatchesTheSummaryAndFollowsTheWalkers) {
-  if (!available()) GTEST_SKIP() << "no trajectory recorder in this build";
   const std::string dir = tool_test::scratch_dir();
   const int frames = 160;
   tool_test::Run r = tool_test::run_tool("trajectories --quiet --frames " + std::to_string(frames) + " --events " +
@@ -104,7 +98,6 @@ TEST(TrajectoriesTool, SavedRecordingMatchesTheSummaryAndFollowsTheWalkers) {
 }
 
 TEST(TrajectoriesTool, RecorderSettingsReachTheRecording) {
-  if (!available()) GTEST_SKIP() << "no trajectory recorder in this build";
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = tool_test::run_tool("trajectories --quiet --frames 120 --events " + dir +
                                          "/ev.jsonl --min-length 30 --max-points 6 --save " + dir + "/t.vbct");
@@ -152,24 +145,8 @@ TEST(TrajectoriesTool, BadSettingsGiveOneMessage) {
   std::fclose(c);
   expect(tool_test::run_tool("run --config " + dir + "/c.json"), 2,
          dir + "/c.json:2:16: trajectories.min_length must be a whole number in 1..1000000");
-  if (!available()) return;
   expect(tool_test::run_tool("trajectories --frames 3 --save " + dir + "/no/such/dir/t.vbct"), 1,
          "trajectories: cannot write '" + dir + "/no/such/dir/t.vbct': No such file or directory");
-}
-
-TEST(TrajectoriesTool, InfoListsEveryAnalytic) {
-  tool_test::Run r = tool_test::run_tool("info");
-  ASSERT_EQ(r.status, 0) << r.err;
-  std::vector<std::string> kinds;
-  for (size_t pos = 0; pos < r.out.size();) {
-    size_t nl = r.out.find('\n', pos);
-    vt::Json j = vt::parse_json(r.out.substr(pos, nl - pos), "info");
-    kinds.push_back(j.find("analytic")->text);
-    std::string why;
-    EXPECT_EQ(j.find("available")->boolean, vt::analytic_available(kinds.back(), &why));
-    pos = nl + 1;
-  }
-  EXPECT_EQ(kinds, (std::vector<std::string>{"guard", "count", "track", "left", "bgsub", "plate", "trajectories"}));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Regions: the band around a line clipped to the frame, and the point-in-region test.
 #include <math.h>
 
-#include "analytics/real_to_int.h"
+#include "core/real_to_int.h"
 #include "vorn_geometry.h"
 
 namespace {

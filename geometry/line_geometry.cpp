@@ -6,7 +6,7 @@
 #include <math.h>
 #include <stdlib.h>
 
-#include "analytics/real_to_int.h"
+#include "core/real_to_int.h"
 #include "vorn_geometry.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "analytics/region_raster.h"
+#include "geometry/region_raster.h"
 #include "vorn_geometry.h"
 
 namespace {

@@ -3,7 +3,7 @@
 // crossings are found once and sorted, and each row's parity is read off them. The boundary cases (vertices,
 // vertical edges, crossings within the tolerance) are applied on top, so every pixel gets the same answer as the
 // per-pixel test.
-#include "analytics/region_raster.h"
+#include "geometry/region_raster.h"
 
 #include <math.h>
 #include <string.h>

@@ -1,8 +1,8 @@
 // Conversions of doubles to 32-bit integers that stay defined for every input. A value that does not fit (or
 // NaN) becomes INT32_MIN, the "integer indefinite" that the x86 conversion instructions produce, so results match
 // what a plain cast gives on the library's 32-bit target wherever the cast is defined there.
-#ifndef VORN_ANALYTICS_REAL_TO_INT_H
-#define VORN_ANALYTICS_REAL_TO_INT_H
+#ifndef VORN_CORE_REAL_TO_INT_H
+#define VORN_CORE_REAL_TO_INT_H
 
 #include <math.h>
 #include <stdint.h>

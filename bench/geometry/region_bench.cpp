@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "analytics/region_raster.h"
+#include "geometry/region_raster.h"
 #include "vorn_geometry.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Rasterising a region: every pixel of a frame tested against the polygon, with exactly the result of
 // vorn_pt_in_region, but a column at a time.
-#ifndef VORN_ANALYTICS_REGION_RASTER_H
-#define VORN_ANALYTICS_REGION_RASTER_H
+#ifndef VORN_GEOMETRY_REGION_RASTER_H
+#define VORN_GEOMETRY_REGION_RASTER_H
 
 #include <stdint.h>
 
