@@ -144,6 +144,7 @@ int serve(const ViewOptions &o) {
     if (record) book.record(f);
     progress.add(1);
   }
+  frames.finish();
   progress.finish();
   if (frames.size() == 0) runtime_error(name + " holds no frame");
   if (record) book.finish();
