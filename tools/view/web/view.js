@@ -48,7 +48,9 @@ async function start() {
   const canvas = $("picture");
   const scale = Math.max(1, info.width / 768);
   const overlay = (ctx, frame, current) => {
+    const o = state.outline;
     if (state.showPoints) {
+      ctx.globalAlpha = o && o.frame === frame ? 0.3 : 1;  // a picked event's outline stays readable
       ctx.lineWidth = scale;
       ctx.strokeStyle = "rgba(0, 0, 0, 0.7)";
       for (const [i, x, y] of current) {
@@ -58,6 +60,7 @@ async function start() {
         ctx.fill();
         ctx.stroke();
       }
+      ctx.globalAlpha = 1;
     }
     if (state.drag) {
       const { start, points: xy } = state.drag.path;
@@ -74,18 +77,20 @@ async function start() {
         ctx.stroke();
       }
     }
-    const o = state.outline;
     if (o && o.frame === frame && o.boxes.length) {
-      // Each box, then one frame around them all with the event's name over it.
-      ctx.strokeStyle = o.color;
-      ctx.lineWidth = 2 * scale;
-      for (const [l, t, r, b] of o.boxes) ctx.strokeRect(l - 1, t - 1, r - l + 2, b - t + 2);
+      // Each box, then one frame around them all with the event's name over it; a dark rim under each line
+      // keeps it visible on any picture.
       const m = 8 * scale;
-      const l = Math.min(...o.boxes.map((b) => b[0])) - m, t = Math.min(...o.boxes.map((b) => b[1])) - m;
-      const r = Math.max(...o.boxes.map((b) => b[2])) + m, b = Math.max(...o.boxes.map((b) => b[3])) + m;
-      ctx.setLineDash([6 * scale, 4 * scale]);
-      ctx.strokeRect(l, t, r - l, b - t);
-      ctx.setLineDash([]);
+      const l = Math.min(...o.boxes.map((q) => q[0])) - m, t = Math.min(...o.boxes.map((q) => q[1])) - m;
+      const r = Math.max(...o.boxes.map((q) => q[2])) + m, b = Math.max(...o.boxes.map((q) => q[3])) + m;
+      for (const [style, width] of [["rgba(0, 0, 0, 0.8)", 4 * scale], [o.color, 2 * scale]]) {
+        ctx.strokeStyle = style;
+        ctx.lineWidth = width;
+        for (const [bl, bt, br, bb] of o.boxes) ctx.strokeRect(bl - 1, bt - 1, br - bl + 2, bb - bt + 2);
+        ctx.setLineDash([6 * scale, 4 * scale]);
+        ctx.strokeRect(l, t, r - l, b - t);
+        ctx.setLineDash([]);
+      }
       ctx.font = `600 ${13 * scale}px system-ui, sans-serif`;
       const w = ctx.measureText(o.label).width + 8 * scale, h = 18 * scale;
       const y = t - h >= 0 ? t - h : b;
