@@ -1,12 +1,14 @@
 # The two commands: `make demo` runs the main job on a built-in sample, `make test` builds and passes every test
-# (a Release build and an AddressSanitizer + UndefinedBehaviorSanitizer build). Both install what they need.
+# (a Release build, an AddressSanitizer + UndefinedBehaviorSanitizer build, and the threads test on a
+# ThreadSanitizer build of the library). Both install what they need.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_COMMON = -G Ninja -DVORN_FAULT_INJECTION=ON
 CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan demo view bench install test-platforms fuzz clean
+.PHONY: all deps test test-release test-asan test-tsan soak demo view bench bench-micro install test-platforms fuzz fuzz-smoke \
+	mutants clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
@@ -28,7 +30,23 @@ test-asan: build/asan/build.ninja
 	cmake --build build/asan -j $(JOBS)
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 $(CTEST)
 
-test: test-release test-asan
+# Distinct objects on four threads against one thread, with the library, the test and the scene under
+# ThreadSanitizer (only what the threads test needs is built).
+build/tsan/build.ninja: | deps
+	cmake -S . -B build/tsan $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORN_TSAN=ON -DVORN_BUILD_TOOLS=OFF
+
+test-tsan: build/tsan/build.ninja
+	cmake --build build/tsan -j $(JOBS) --target threads_tests
+	TSAN_OPTIONS=halt_on_error=1 build/tsan/tests/threads_tests
+
+test: test-release test-asan test-tsan
+
+# 100 000 frames through every analytic and background model (Release build): fails when the library's blocks
+# or the resident memory grow, or when the results of the repeating scene change once settled.
+SOAK_FRAMES ?= 100000
+soak: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target soak
+	build/release/tests/soak $(SOAK_FRAMES)
 
 # The `vorn` program on its built-in street scene: events, annotated video, snapshot and the scene's truth go to out/.
 demo: build/release/build.ninja
@@ -40,9 +58,22 @@ view: build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target vorn
 	build/release/tools/vorn view
 
+# Every operation and pipeline beside OpenCV on the street clip at 768x576 and 1080p: docs/performance.md and its
+# chart docs/performance.svg (about 5 minutes on 2 cores). `make bench-micro` runs the per-family Google
+# Benchmark programs instead. The chart is drawn by Debian's python3-matplotlib, hence the system interpreter.
+BENCH_CMAKE = cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON \
+  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF
 bench:
 	@scripts/deps.sh bench
-	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON -DVORN_BUILD_TESTS=OFF
+	$(BENCH_CMAKE)
+	cmake --build build/bench -j $(JOBS) --target vorn_perf_report
+	build/bench/bench/vorn_perf_report --md docs/performance.md --csv build/bench/ratios.csv \
+	  --notes bench/report/notes.md
+	/usr/bin/python3 scripts/plot_bench.py build/bench/ratios.csv docs/performance.svg
+
+bench-micro:
+	@scripts/deps.sh bench
+	$(BENCH_CMAKE)
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 
@@ -59,16 +90,30 @@ install:
 test-platforms:
 	@JOBS=$(JOBS) scripts/test-platforms.sh $(PLATFORMS)
 
-# The libFuzzer targets (fuzz/), built with clang and the sanitizers, each run from its seeds for FUZZ_RUNS inputs
-# with a fixed seed (FUZZ_SECONDS caps each target's time).
-FUZZ_RUNS ?= 20000
-FUZZ_SECONDS ?= 60
-fuzz:
+# The libFuzzer targets (fuzz/), built with clang and the sanitizers, each run from its seeds with a fixed seed:
+# `make fuzz` for as long as its coverage kept growing when measured (fuzz/plateau.txt), `make fuzz-smoke` (CI)
+# for FUZZ_SMOKE_SECONDS each.
+FUZZ_SMOKE_SECONDS ?= 25
+build/fuzz/build.ninja:
 	@scripts/deps.sh fuzz
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORN_FUZZ=ON \
 	  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_SHARED=OFF
+
+fuzz: build/fuzz/build.ninja
 	cmake --build build/fuzz -j $(JOBS)
-	scripts/fuzz.sh build/fuzz $(FUZZ_RUNS) $(FUZZ_SECONDS)
+	scripts/fuzz.sh build/fuzz
+
+fuzz-smoke: build/fuzz/build.ninja
+	cmake --build build/fuzz -j $(JOBS)
+	scripts/fuzz.sh build/fuzz $(FUZZ_SMOKE_SECONDS)
+
+# One-line mutations of described rules (tests/mutants.txt), each rebuilt and run against its family's tests; every
+# one must be caught. MUTANTS=text runs only the lines that contain it.
+build/mutants/build.ninja: | deps
+	cmake -S . -B build/mutants $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_TOOLS=OFF
+mutants: build/mutants/build.ninja
+	cmake --build build/mutants -j $(JOBS)
+	scripts/mutants.py build/mutants $(MUTANTS)
 
 clean:
 	rm -rf build

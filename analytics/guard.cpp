@@ -1,10 +1,13 @@
 // Guard lines: a band around the watched segment masks the background model; corner features found on frames
 // with foreground objects are followed with pyramidal optical flow and their traces tested against the line.
 #include <math.h>
+#include <stdlib.h>
 #include <string.h>
 
+#include "analytics/guard_direction.h"
 #include "geometry/region_raster.h"
 #include "core/memory.h"
+#include "tracking/corner_work.h"
 #include "vorn_features.h"
 #include "vorn_geometry.h"
 #include "vorn_guard.h"
@@ -49,6 +52,7 @@ struct vorn_guard {
   vorn_obj_maker *obj_maker;
   vorn_line_points line_points;
   uint32_t frame_count;
+  vorn::CornerWork corner_work;  // the corner search's buffers, kept from frame to frame
 };
 
 namespace {
@@ -63,10 +67,13 @@ void reset_tracking(vorn_guard *g) {
   g->prev_pyramid = g->cur_pyramid = nullptr;
 }
 
-void find_features(vorn_guard *g, const vorn_image *cur, const vorn_mono_image *fg) {
+// A failing detector (its work buffers) is reported with the tracking left as it was.
+vorn_result find_features(vorn_guard *g, const vorn_image *cur, const vorn_mono_image *fg) {
   vorn_point found[kMaxFeatures];
   uint32_t count = kMaxFeatures;
-  if (vorn_good_feature_to_track(cur, kFeatureSpacing, found, &count, fg, nullptr) != VORN_OK) count = 0;
+  const vorn_result r =
+      vorn::good_features(cur, kFeatureSpacing, found, &count, fg, nullptr, &g->corner_work);
+  if (r != VORN_OK) return r;
   if (count > (uint32_t)kMaxFeatures) count = kMaxFeatures;
   const int32_t dx = g->feature_image ? g->roi.left : 0, dy = g->feature_image ? g->roi.top : 0;
   for (uint32_t k = 0; k < count; ++k) {
@@ -77,12 +84,15 @@ void find_features(vorn_guard *g, const vorn_image *cur, const vorn_mono_image *
   }
   g->feature_count = (int32_t)count;
   g->tracking = count != 0;
+  return VORN_OK;
 }
 
-void follow_features(vorn_guard *g, const vorn_image *prev, const vorn_image *cur) {
+// A failing point tracker (its window buffer) ends the pass with its code; the features not reached yet keep
+// their positions and are followed again on the next frame.
+vorn_result follow_features(vorn_guard *g, const vorn_image *prev, const vorn_image *cur) {
   if (g->feature_count == 0) {
     reset_tracking(g);
-    return;
+    return VORN_OK;
   }
   const vorn_mono_image prev_view = {prev->width, prev->height, prev->plane[0]};
   const vorn_mono_image cur_view = {cur->width, cur->height, cur->plane[0]};
@@ -93,8 +103,10 @@ void follow_features(vorn_guard *g, const vorn_image *prev, const vorn_image *cu
       continue;
     }
     uint32_t status = 0;
-    vorn_opticalflow_pyr_lk(&prev_view, &cur_view, g->prev_pyramid, g->cur_pyramid, &g->prev_pts[k], &g->cur_pts[k],
-                            &status, 1, kFlowWindow, kFlowIterations);
+    const vorn_result r = vorn_opticalflow_pyr_lk(&prev_view, &cur_view, g->prev_pyramid, g->cur_pyramid,
+                                                  &g->prev_pts[k], &g->cur_pts[k], &status, 1, kFlowWindow,
+                                                  kFlowIterations);
+    if (r != VORN_OK) return r;
     const vorn_point p = {(int32_t)floorf(g->cur_pts[k].x), (int32_t)floorf(g->cur_pts[k].y)};
     if (vorn_pt_in_region(p, g->region, (int32_t)g->region_count)) {
       g->prev_pts[k] = g->cur_pts[k];
@@ -107,12 +119,11 @@ void follow_features(vorn_guard *g, const vorn_image *prev, const vorn_image *cu
     vorn_point at;
     if (vorn_get_line_cross(g->guard_line, trace, &at) == 1) {
       g->crossed[k] = 1;
-      double d = g->direction_angle - vorn_get_line_angle(trace);
-      if (d < 0) d += 360;
-      if (d < 90 || d >= 270) g->triggered[k] = 1;
+      if (vorn::guard_direction_triggers(g->direction_angle, trace)) g->triggered[k] = 1;
     }
   }
   if (active < 1) reset_tracking(g);
+  return VORN_OK;
 }
 
 }  // namespace
@@ -135,6 +146,8 @@ VORN_API vorn_result vorn_guard_create(const vorn_guard_params *params, vorn_gua
     vorn_obj_maker_params op = {params->width, params->height, kMaxObjects, 0};
     r = vorn_obj_maker_create(&op, &g->obj_maker);
   }
+  if (r == VORN_OK)
+    r = vorn::corner_work_reserve(&g->corner_work, params->width, params->height, kMaxFeatures, kFeatureSpacing);
   if (r != VORN_OK) {
     vorn_guard_destroy(g);
     return r;
@@ -155,6 +168,7 @@ VORN_API vorn_result vorn_guard_destroy(vorn_guard *g) {
   vorn_pyramid_destroy(g->cur_pyramid);
   vorn_image_free(g->feature_image);
   vorn::block_release(g->line_points.points);
+  vorn::corner_work_release(&g->corner_work);
   vorn_free(g);
   return VORN_OK;
 }
@@ -181,8 +195,12 @@ VORN_API vorn_result vorn_guard_set_lines(vorn_guard *g, vorn_line guard_line, v
 
   vorn::block_release(g->line_points.points);
   g->line_points.num = 0;
+  // |dx| + |dy| + 2 of a line across the whole coordinate range does not fit 32 bits: such a line is refused
+  // rather than given a short array.
+  const uint64_t need = (uint64_t)llabs((int64_t)guard_line.x0 - guard_line.x1) +
+                        (uint64_t)llabs((int64_t)guard_line.y0 - guard_line.y1) + 2;
   const uint32_t max_num = vorn_get_line_points_max_num(guard_line);
-  if (max_num == 0) return VORN_E_PARAM;
+  if (max_num == 0 || need != max_num) return VORN_E_PARAM;
   g->line_points.points = vorn::block_new<vorn_point>(max_num);
   if (!g->line_points.points) return VORN_E_NOMEM;
   g->line_points.max_num = max_num;
@@ -211,7 +229,7 @@ VORN_API vorn_result vorn_guard_set_mask(vorn_guard *g, const vorn_mono_image *m
 }
 
 VORN_API vorn_result vorn_guard_put_image(vorn_guard *g, uint8_t *frame, uint32_t frame_type) {
-  if (!g || !g->bk_model) return VORN_E_NULL;
+  if (!g || !g->bk_model || !frame) return VORN_E_NULL;
   g->frame_count += 1;
   vorn_result r = g->bk_ops.process(g->bk_model, frame, frame_type);
   if (r == VORN_E_SCENE_CHANGE) {
@@ -241,13 +259,12 @@ VORN_API vorn_result vorn_guard_put_image(vorn_guard *g, uint8_t *frame, uint32_
   if ((r = vorn_pyramid_create_mono_image(&cur_view, &g->cur_pyramid, kPyramidLevels)) != VORN_OK) return r;
   if (!g->cur_pyramid) return VORN_OK;
 
-  if (g->tracking == 0) find_features(g, cur, fg);
-  else follow_features(g, prev, cur);
-
+  // The pyramids move on even when following failed, so the next frame pairs with this one.
+  r = g->tracking == 0 ? find_features(g, cur, fg) : follow_features(g, prev, cur);
   vorn_pyramid *swap = g->prev_pyramid;
   g->prev_pyramid = g->cur_pyramid;
   g->cur_pyramid = swap;
-  return VORN_OK;
+  return r;
 }
 
 VORN_API vorn_result vorn_guard_get_fg(vorn_guard *g, vorn_mono_image **fg) {

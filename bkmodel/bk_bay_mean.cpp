@@ -80,9 +80,9 @@ VORN_API vorn_result bk_model_destroy_baymean(vorn_bk_model *m) {
 }
 
 VORN_API vorn_result bk_model_process_baymean(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   baymean_ext *e = ext_of(m);
   const uint32_t M = bk_learn_frames(m, 150);
   if (m->frame_count <= M) {

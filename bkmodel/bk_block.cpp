@@ -54,9 +54,9 @@ VORN_API vorn_result bk_model_create_block(vorn_bk_model_init_params *params, vo
 }
 
 VORN_API vorn_result bk_model_process_block(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   if (m->frame_count < 2) return bk_model_process_end(m, VORN_E_LEARNING);
   const vorn_image *cur = bk_current(m), *prev = bk_previous(m);
   const uint32_t N = bk_learn_frames(m, 50), t = bk_threshold(m);

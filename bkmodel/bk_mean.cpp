@@ -25,9 +25,9 @@ VORN_API vorn_result bk_model_create_mean(vorn_bk_model_init_params *params, voi
 }
 
 VORN_API vorn_result bk_model_process_mean(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   const uint32_t N = bk_learn_frames(m, 50);
   if (m->frame_count >= N) bk_mask_against_bk(m);
   const bk_pass_planes p = bk_pass_planes_of(m);
@@ -40,7 +40,7 @@ VORN_API vorn_result bk_model_process_mean(vorn_bk_model *m, uint8_t *frame, uin
 // on the first pixel: that pixel's sums gain width x height times 100 x its values, every other pixel keeps its
 // own, and the next update rewrites the rest of the background from them.
 VORN_API vorn_result bk_model_set_bk_mean(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   if (!m->bk) return VORN_E_NOMEM;
   bk_convert_frame(frame, frame_type, m->bk);
   m->bk_count++;

@@ -25,9 +25,9 @@ VORN_API vorn_result bk_model_create_meanex(vorn_bk_model_init_params *params, v
 }
 
 VORN_API vorn_result bk_model_process_meanex(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   const uint32_t N = bk_learn_frames(m, 50);
   const bool first = m->frame_count == 0;
   const vorn_image *c = bk_current(m);
@@ -49,7 +49,7 @@ VORN_API vorn_result bk_model_process_meanex(vorn_bk_model *m, uint8_t *frame, u
 // The copy into the accumulators does not advance its destination: the first pixel's accumulators end up
 // holding the last pixel's background and every other pixel keeps its running mean.
 VORN_API vorn_result bk_model_set_bk_meanex(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   if (!m->bk) return VORN_E_NOMEM;
   bk_convert_frame(frame, frame_type, m->bk);
   m->bk_count++;

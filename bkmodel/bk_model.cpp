@@ -9,7 +9,8 @@ namespace vorn {
 vorn_result bk_create_with_ext(vorn_bk_model_init_params *params, void **out_handle, size_t ext_size,
                                uint32_t post_enable, uint32_t sensitivity, void **out_ext) {
   *out_ext = nullptr;
-  if (out_handle) *out_handle = nullptr;
+  if (!out_handle) return VORN_E_NULL;
+  *out_handle = nullptr;
   void **ext = static_cast<void **>(block_alloc(ext_size));
   if (!ext) return VORN_E_NOMEM;
   void *handle = nullptr;
@@ -104,8 +105,8 @@ VORN_API vorn_result bk_model_destroy(vorn_bk_model *m) {
 }
 
 VORN_API vorn_result bk_model_get_image(vorn_bk_model *m, uint32_t back, vorn_image **out) {
-  if (!m) return VORN_E_NULL;
   if (out) *out = nullptr;
+  if (!m) return VORN_E_NULL;
   if (back > m->frame_count || back >= m->history_count) return VORN_E_PARAM;
   if (!out) return VORN_E_NULL;
   const uint64_t n = m->history_count;
@@ -132,7 +133,7 @@ VORN_API vorn_result bk_model_get_bk(vorn_bk_model *m, vorn_image **out) {
 }
 
 VORN_API vorn_result bk_model_set_bk(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   if (!m->bk) return VORN_E_NOMEM;
   bk_convert_frame(frame, frame_type, m->bk);
   m->bk_count++;
@@ -166,6 +167,7 @@ VORN_API vorn_result vorn_bk_model_set_mask(vorn_bk_model *m, vorn_mono_image *m
 }
 
 VORN_API vorn_result vorn_bk_model_get_mask(vorn_bk_model *m, vorn_mono_image **out) {
+  if (out) *out = nullptr;
   if (!m || !out) return VORN_E_NULL;
   *out = m->mask;
   return VORN_OK;

@@ -19,8 +19,10 @@ vorn_result scene_cut_edges(vorn_bk_model *m, vorn_image *cur) {
   if (!m->edge_prev) m->edge_prev = vorn_mono_image_alloc(m->fg->width, m->fg->height);
   if (!m->edge_cur) m->edge_cur = vorn_mono_image_alloc(m->fg->width, m->fg->height);
   if (!m->edge_prev || !m->edge_cur) return VORN_E_NOMEM;
-  vorn_image_edge(cur, m->edge_cur, 128, 0);
-  vorn_result r = m->edge_valid ? vorn_image_scenecut_detect_edge(m->edge_cur, m->edge_prev) : VORN_OK;
+  // An edge map that could not be made (the luma of an RGB frame) leaves both maps as they were.
+  vorn_result r = vorn_image_edge(cur, m->edge_cur, 128, 0);
+  if (r != VORN_OK) return r;
+  r = m->edge_valid ? vorn_image_scenecut_detect_edge(m->edge_cur, m->edge_prev) : VORN_OK;
   vorn_mono_image *t = m->edge_prev;
   m->edge_prev = m->edge_cur;
   m->edge_cur = t;
@@ -38,14 +40,15 @@ vorn_result scene_cut(vorn_bk_model *m) {
   return vorn_image_scenecut_detect(cur, ref, bk_threshold(m));
 }
 
-void remove_shadows(vorn_bk_model *m) {
+// VORN_E_NOMEM when the detector's temporary images could not be made (the mask keeps its shadows); the other
+// codes of the detectors (formats the model never mixes) are not failures of the frame.
+vorn_result remove_shadows(vorn_bk_model *m) {
   const uint32_t setting = m->param[VORN_BK_PARAM_SHADOW];
-  if (setting == 0) return;
-  if (byte0(setting) != 0 && byte1(setting) == 1) {
-    vorn_image_shadow_detect_simple(m->fg, m->bk, bk_current(m));
-  } else {
-    vorn_image_shadow_detect(m->fg, m->bk, bk_current(m));
-  }
+  if (setting == 0) return VORN_OK;
+  const vorn_result r = byte0(setting) != 0 && byte1(setting) == 1
+                            ? vorn_image_shadow_detect_simple(m->fg, m->bk, bk_current(m))
+                            : vorn_image_shadow_detect(m->fg, m->bk, bk_current(m));
+  return r == VORN_E_NOMEM ? r : VORN_OK;
 }
 
 inline uint32_t morph_size(uint32_t setting) {
@@ -102,7 +105,7 @@ VORN_API vorn_result bk_model_process(vorn_bk_model *m, uint8_t *frame, uint32_t
 VORN_API vorn_result bk_model_process_end(vorn_bk_model *m, vorn_result result) {
   if (!m) return VORN_E_NULL;
   if (result == VORN_OK) {
-    remove_shadows(m);
+    result = remove_shadows(m);
     if (m->post_enable) clean_up(m);
   }
   m->frame_count++;

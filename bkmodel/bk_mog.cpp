@@ -65,9 +65,9 @@ VORN_API vorn_result bk_model_create_mog(vorn_bk_model_init_params *params, void
 }
 
 VORN_API vorn_result bk_model_process_mog(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   mog_state s = state_of(m);
   const mog_planes p = planes_of(m);
   if (m->frame_count == 0) {

@@ -15,9 +15,9 @@ VORN_API vorn_result bk_model_create_wall(vorn_bk_model_init_params *params, voi
 }
 
 VORN_API vorn_result bk_model_process_sal(vorn_bk_model *m, uint8_t *frame, uint32_t frame_type) {
-  if (!m) return VORN_E_NULL;
+  if (!m || !frame) return VORN_E_NULL;
   const vorn_result r = bk_model_process(m, frame, frame_type);
-  if (r == VORN_E_SCENE_CHANGE) return r;
+  if (r == VORN_E_SCENE_CHANGE || r == VORN_E_NOMEM) return r;  // the ring does not advance
   return bk_model_process_end(m, VORN_OK);
 }
 

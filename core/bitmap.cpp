@@ -40,6 +40,7 @@ extern "C" {
 
 VORN_API void vorn_bmp_prepare_header(void *file_header, void *info_header, int32_t width, int32_t height,
                                       uint32_t bitcount) {
+  if (!file_header || !info_header) return;
   uint8_t *fh = static_cast<uint8_t *>(file_header);
   uint8_t *ih = static_cast<uint8_t *>(info_header);
   uint32_t pixel_bytes = (uint32_t)(bmp_stride(width, (int32_t)bitcount) * height);
@@ -105,8 +106,8 @@ VORN_API vorn_bmp *vorn_bmp_load(const char *path) {
 }
 
 VORN_API vorn_result vorn_bmp_save(const vorn_bmp *bmp, const char *path) {
-  if (!bmp) return VORN_E_NULL;
-  FILE *f = path ? fopen(path, "w+b") : nullptr;
+  if (!bmp || !path) return VORN_E_NULL;
+  FILE *f = fopen(path, "w+b");
   if (!f) return VORN_E_FILE;
   size_t n = load_le32(bytes(bmp) + kFileSize);
   // The header could have been edited by the host; never write past the object.
@@ -146,7 +147,7 @@ VORN_API uint32_t vorn_bmp_is_valid(const vorn_bmp *bmp) {
 }
 
 VORN_API vorn_result vorn_image_save_rgb(const vorn_image *image, const char *path) {
-  if (!image) return VORN_E_NULL;
+  if (!image || !path) return VORN_E_NULL;
   if (image->width == 0 || image->height == 0) return VORN_E_PARAM;
   if (!image->plane[0] || !image->plane[1] || !image->plane[2]) return VORN_E_PARAM;
   vorn_bmp *bmp = vorn_bmp_alloc(image->width, image->height, 24);

@@ -84,17 +84,18 @@ VORN_API void vorn_matrix_free(vorn_matrix *m) {
 }
 
 VORN_API float *vorn_matrix_get_line(vorn_matrix *m, int32_t row) {
-  if (!m || row < 0 || row >= m->rows) return nullptr;
+  if (!m || !m->data || row < 0 || row >= m->rows) return nullptr;
   return m->data + (ptrdiff_t)row * m->cols;
 }
 
 VORN_API float vorn_matrix_get_value(const vorn_matrix *m, int32_t col, int32_t row) {
-  if (!m || col < 0 || row < 0 || col >= m->cols || row >= m->rows) return 0.0f;
+  if (!m || !m->data || col < 0 || row < 0 || col >= m->cols || row >= m->rows) return 0.0f;
   return m->data[(ptrdiff_t)row * m->cols + col];
 }
 
 VORN_API vorn_result vorn_matrix_set_value(vorn_matrix *m, int32_t col, int32_t row, float value) {
-  if (!m || col < 0 || row < 0 || col >= m->cols || row >= m->rows) return VORN_OK;
+  if (!m || !m->data) return VORN_E_NULL;
+  if (col < 0 || row < 0 || col >= m->cols || row >= m->rows) return VORN_OK;
   m->data[(ptrdiff_t)row * m->cols + col] = value;
   return VORN_OK;
 }

@@ -8,6 +8,7 @@
 
 #include "core/memory.h"
 #include "imgproc/edge_rows.h"
+#include "imgproc/imgproc_check.h"
 #include "vorn_imgproc.h"
 
 namespace vorn {
@@ -239,7 +240,7 @@ VORN_API vorn_result vorn_canny_set_threshold(void *handle, uint32_t low, uint32
 
 VORN_API vorn_result vorn_canny_process(void *handle, vorn_mono_image *dst, const vorn_mono_image *src) {
   if (!handle) return VORN_E_NULL;
-  if (!dst || !src) return VORN_E_NULL;
+  if (!present(dst) || !present(src)) return VORN_E_NULL;
   Canny &c = *static_cast<Canny *>(handle);
   if (dst->width != c.width || dst->height != c.height || src->width != c.width || src->height != c.height)
     return VORN_E_PARAM;
@@ -254,7 +255,7 @@ VORN_API vorn_result vorn_canny_process(void *handle, vorn_mono_image *dst, cons
 VORN_API vorn_result vorn_canny_process_rect(void *handle, vorn_mono_image *dst, const vorn_mono_image *src,
                                              int32_t left, int32_t top, int32_t right, int32_t bottom) {
   if (!handle) return VORN_E_NULL;
-  if (!dst || !src) return VORN_E_NULL;
+  if (!present(dst) || !present(src)) return VORN_E_NULL;
   Canny &c = *static_cast<Canny *>(handle);
   if (dst->width != c.width || dst->height != c.height || src->width != c.width || src->height != c.height)
     return VORN_E_PARAM;
@@ -278,7 +279,7 @@ namespace {
 // Column 0 of out receives |d(0, y)| / 4 for every row; the rest of out is left as it is.
 vorn_result first_column(void *handle, vorn_mono_image *out, bool vertical) {
   if (!handle) return VORN_E_NULL;
-  if (!out) return VORN_E_NULL;
+  if (!present(out)) return VORN_E_NULL;
   const Canny &c = *static_cast<const Canny *>(handle);
   if (out->width != c.width || out->height != c.height) return VORN_E_PARAM;
   if (c.width == 0) return VORN_OK;

@@ -32,7 +32,7 @@ using namespace vorn;
 extern "C" {
 
 VORN_API vorn_result vorn_image_diff(const vorn_image *a, const vorn_image *b, vorn_image *out, uint32_t plane) {
-  if (!a || !b || !out) return VORN_E_NULL;
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
   if (!same_shape(*a, *b) || !same_shape(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n == 0) return VORN_OK;
@@ -43,7 +43,7 @@ VORN_API vorn_result vorn_image_diff(const vorn_image *a, const vorn_image *b, v
 
 VORN_API vorn_result vorn_image_diff_binary(const vorn_image *a, const vorn_image *b, vorn_image *out,
                                             uint32_t plane, int32_t t) {
-  if (!a || !b || !out) return VORN_E_NULL;
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
   if (!same_shape(*a, *b) || !same_shape(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n == 0) return VORN_OK;
@@ -54,7 +54,7 @@ VORN_API vorn_result vorn_image_diff_binary(const vorn_image *a, const vorn_imag
 
 VORN_API vorn_result vorn_mono_image_diff(const vorn_mono_image *a, const vorn_mono_image *b,
                                           vorn_mono_image *out) {
-  if (!a || !b || !out) return VORN_E_NULL;
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
   if (!same_size(*a, *b) || !same_size(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n != 0) diff_plane(a->data, b->data, out->data, n);
@@ -63,7 +63,7 @@ VORN_API vorn_result vorn_mono_image_diff(const vorn_mono_image *a, const vorn_m
 
 VORN_API vorn_result vorn_mono_image_diff_binary(const vorn_mono_image *a, const vorn_mono_image *b,
                                                  vorn_mono_image *out, int32_t t) {
-  if (!a || !b || !out) return VORN_E_NULL;
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
   if (!same_size(*a, *b) || !same_size(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n != 0) diff_binary_plane(a->data, b->data, out->data, n, t);
@@ -72,7 +72,7 @@ VORN_API vorn_result vorn_mono_image_diff_binary(const vorn_mono_image *a, const
 
 VORN_API vorn_result vorn_image_diff_binary_to_mono_image(const vorn_image *a, const vorn_image *b,
                                                           vorn_mono_image *out, uint32_t t) {
-  if (!a || !b || !out) return VORN_E_NULL;
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
   if (!same_shape(*a, *b) || !same_size(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n == 0) return VORN_OK;

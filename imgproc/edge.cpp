@@ -2,6 +2,7 @@
 #include <string.h>
 
 #include "imgproc/edge_rows.h"
+#include "imgproc/imgproc_check.h"
 #include "vorn_color.h"
 #include "vorn_imgproc.h"
 
@@ -42,7 +43,7 @@ using namespace vorn;
 extern "C" {
 
 VORN_API vorn_result vorn_image_edge(const vorn_image *img, vorn_mono_image *out, int32_t t, uint32_t k) {
-  if (!img || !out) return VORN_E_NULL;
+  if (!present(img) || !present(out)) return VORN_E_NULL;
   if (k >= kEdgeKernels) return VORN_E_PARAM;
   if (out->width != img->width || out->height != img->height) return VORN_E_PARAM;
   const uint32_t w = img->width, h = img->height;
@@ -72,7 +73,7 @@ VORN_API vorn_result vorn_image_edge(const vorn_image *img, vorn_mono_image *out
 }
 
 VORN_API vorn_result vorn_image_deriv(const vorn_image *img, int32_t *out, uint32_t k) {
-  if (!img || !out) return VORN_E_NULL;
+  if (!present(img) || !out) return VORN_E_NULL;
   if (k >= kEdgeKernels) return VORN_E_PARAM;
   const uint32_t w = img->width, h = img->height;
   if (w == 0 || h == 0) return img->format <= VORN_FORMAT_HSV ? VORN_OK : VORN_E_PARAM;

@@ -8,6 +8,11 @@
 
 namespace vorn {
 
+// A record that is there with its storage: all three planes of a colour image, the data of a mono image. Missing
+// storage is a null argument, answered before any size check.
+inline bool present(const vorn_image *i) { return i && i->plane[0] && i->plane[1] && i->plane[2]; }
+inline bool present(const vorn_mono_image *m) { return m && m->data; }
+
 inline bool same_size(const vorn_image &a, const vorn_image &b) {
   return a.width == b.width && a.height == b.height;
 }

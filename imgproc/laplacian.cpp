@@ -1,10 +1,11 @@
 // Thresholded 4-neighbour Laplacian over a rectangle widened by one pixel and kept one pixel inside the border.
 #include "imgproc/edge_rows.h"
+#include "imgproc/imgproc_check.h"
 #include "vorn_imgproc.h"
 
 extern "C" VORN_API vorn_result vorn_laplacian_rect(vorn_mono_image *dst, const vorn_mono_image *src, int32_t left,
                                                     int32_t top, int32_t right, int32_t bottom, int32_t t) {
-  if (!dst || !src) return VORN_E_NULL;
+  if (!vorn::present(dst) || !vorn::present(src)) return VORN_E_NULL;
   if (dst->width != src->width || dst->height != src->height) return VORN_E_PARAM;
   const int64_t w = src->width, h = src->height;
   int64_t x0 = (int64_t)left - 1, x1 = (int64_t)right + 1, y0 = (int64_t)top - 1, y1 = (int64_t)bottom + 1;

@@ -4,6 +4,7 @@
 // of rows since the last non-zero one (dilation), which answers "all / any of the last 2n+1 rows" with one
 // comparison; a horizontal pass then ANDs / ORs 2n+1 neighbours by doubling (windows of 2, 4, 8, ... columns,
 // finished by two overlapping power-of-two windows), so a row costs O(w log n).
+#include "imgproc/imgproc_check.h"
 #include "imgproc/morph.h"
 
 #include <string.h>
@@ -19,7 +20,7 @@ uint64_t morph_window_need(uint64_t n) { return ((150 * n + 75) * (2 * n + 1)) /
 vorn_result morph_prepare(const vorn_mono_image *src, vorn_mono_image *dst, uint32_t n, const vorn_mono_image *mask,
                           bool *interior) {
   *interior = false;
-  if (!src || !dst || !mask) return VORN_E_NULL;
+  if (!present(src) || !present(dst) || !present(mask)) return VORN_E_NULL;
   if (src->width != dst->width || src->height != dst->height) return VORN_E_PARAM;
   // The region is read at every pixel; one of another size would be read past its end.
   if (mask->width != src->width || mask->height != src->height) return VORN_E_PARAM;

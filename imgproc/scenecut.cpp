@@ -10,7 +10,7 @@ using namespace vorn;
 extern "C" {
 
 VORN_API vorn_result vorn_image_scenecut_detect(const vorn_image *cur, const vorn_image *ref, uint32_t t) {
-  if (!cur || !ref) return VORN_E_NULL;
+  if (!present(cur) || !present(ref)) return VORN_E_NULL;
   if (!same_shape(*cur, *ref)) return VORN_E_PARAM;
   const uint32_t n = plane_bytes(cur->width, cur->height);
   if (n == 0) return VORN_OK;
@@ -31,7 +31,7 @@ VORN_API vorn_result vorn_image_scenecut_detect(const vorn_image *cur, const vor
 
 VORN_API vorn_result vorn_image_scenecut_detect_edge(const vorn_mono_image *cur_edges,
                                                      const vorn_mono_image *prev_edges) {
-  if (!cur_edges || !prev_edges) return VORN_E_NULL;
+  if (!present(cur_edges) || !present(prev_edges)) return VORN_E_NULL;
   if (!same_size(*cur_edges, *prev_edges)) return VORN_E_PARAM;
   const uint32_t n = plane_bytes(cur_edges->width, cur_edges->height);
   const uint8_t *cur = cur_edges->data, *prev = prev_edges->data;

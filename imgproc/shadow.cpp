@@ -93,7 +93,7 @@ constexpr uint32_t kStackWidth = 2048;
 
 template <bool (*IsShadow)(const ShadowRows &, uint32_t)>
 vorn_result shadow_detect(vorn_mono_image *fg, const vorn_image *bk, const vorn_image *cur) {
-  if (!fg || !bk || !cur) return VORN_E_NULL;
+  if (!present(fg) || !present(bk) || !present(cur)) return VORN_E_NULL;
   if (!same_size(*bk, *fg) || !same_shape(*bk, *cur)) return VORN_E_PARAM;
   const uint32_t w = bk->width, h = bk->height;
   const bool rgb = bk->format != VORN_FORMAT_YUV && bk->format != VORN_FORMAT_HSV;

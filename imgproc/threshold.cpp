@@ -26,7 +26,7 @@ using namespace vorn;
 extern "C" {
 
 VORN_API vorn_result vorn_image_binary(const vorn_image *src, vorn_image *dst, uint32_t plane, int32_t t) {
-  if (!src || !dst) return VORN_E_NULL;
+  if (!present(src) || !present(dst)) return VORN_E_NULL;
   if (!same_shape(*src, *dst)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(src->width, src->height);
   if (n == 0) return VORN_OK;
@@ -36,7 +36,7 @@ VORN_API vorn_result vorn_image_binary(const vorn_image *src, vorn_image *dst, u
 }
 
 VORN_API vorn_result vorn_mono_image_binary(const vorn_mono_image *src, vorn_mono_image *dst, int32_t t) {
-  if (!src || !dst) return VORN_E_NULL;
+  if (!present(src) || !present(dst)) return VORN_E_NULL;
   if (!same_size(*src, *dst)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(src->width, src->height);
   if (n != 0) binary_plane(src->data, dst->data, n, t);
@@ -45,12 +45,8 @@ VORN_API vorn_result vorn_mono_image_binary(const vorn_mono_image *src, vorn_mon
 
 VORN_API vorn_result vorn_mono_image_xor(const vorn_mono_image *a, const vorn_mono_image *b,
                                          vorn_mono_image *out) {
-  if (!a || !b || !out) return VORN_E_NULL;
-  if (!same_size(*a, *b) || !same_size(*a, *out)) {
-    uint32_t n = plane_bytes(out->width, out->height);
-    if (n != 0 && out->data) memset(out->data, 0, n);
-    return VORN_E_PARAM;
-  }
+  if (!present(a) || !present(b) || !present(out)) return VORN_E_NULL;
+  if (!same_size(*a, *b) || !same_size(*a, *out)) return VORN_E_PARAM;
   uint32_t n = plane_bytes(a->width, a->height);
   if (n != 0) diff_row_kernels().xor_bytes(a->data, b->data, out->data, n);
   return VORN_OK;

@@ -64,18 +64,25 @@ VORN_API void vorn_bk_model_init(uint32_t type, vorn_bk_model_vtable *table);
 /* vorn_bk_model_set_mask: copies `mask` (0 = outside the region) into the model's region mask.
  * VORN_E_NULL when the model is null, has no mask, or the sizes differ. */
 VORN_API vorn_result vorn_bk_model_set_mask(vorn_bk_model *model, vorn_mono_image *mask);
-/* vorn_bk_model_get_mask: the model's own region mask (writable). VORN_E_NULL for a null model. */
+/* vorn_bk_model_get_mask: the model's own region mask (writable); *out is cleared first. VORN_E_NULL for a null
+ * model or out. */
 VORN_API vorn_result vorn_bk_model_get_mask(vorn_bk_model *model, vorn_mono_image **out);
 
 /* --- generic operations (the slots every type starts from) ---
- * create: VORN_E_PARAM for history_count 0, VORN_E_NOMEM; *out_handle is null on failure.
+ * create: VORN_E_NULL (params or out_handle), VORN_E_PARAM for history_count 0, VORN_E_NOMEM; *out_handle is
+ *   null on failure.
  * get_image: back 0 is the frame processed last; VORN_E_PARAM when back > frames seen or >= history_count.
- * process: converts the frame into the ring and runs the scene-cut test (VORN_E_SCENE_CHANGE on a cut).
+ *   Like every getter it clears its output before looking at the model.
+ * process: converts the frame into the ring and runs the scene-cut test (VORN_E_SCENE_CHANGE on a cut). A NULL
+ *   frame returns 0 at once with nothing converted: the generic step has always answered so. Every model type's
+ *   process and set_bk refuse a NULL frame with VORN_E_NULL before anything changes.
  * get_bk: hands out the background; VORN_E_LEARNING while none has been set or learned.
- * set_bk: converts a frame into the background. reset: counters and mask back to the created state.
+ * set_bk: converts a frame into the background (VORN_E_NULL for a NULL frame). reset: counters and mask back to
+ * the created state.
  * set_param: VORN_E_PARAM for id >= 32.
  * bk_model_process_end: the tail of every process (shadow removal and clean-up when result is 0, then the
- * ring advances); returns result. */
+ * ring advances); returns result, or VORN_E_NOMEM when shadow removal could not get its temporary images (the
+ * clean-up and the ring's advance still happen). */
 VORN_API vorn_result bk_model_create(vorn_bk_model_init_params *params, void **out_handle);
 VORN_API vorn_result bk_model_destroy(vorn_bk_model *model);
 VORN_API vorn_result bk_model_get_image(vorn_bk_model *model, uint32_t back, vorn_image **out);

@@ -110,7 +110,8 @@ VORN_API vorn_result vorn_image_yv14_to_yuv420(uint8_t *src, uint8_t *dst, uint8
                                                uint32_t height);
 
 /* --- quarter size, cropping, drawing ---
- * Decimation only: output pixel (x, y) is input pixel (2x, 2y) unless stated. w, h are the source's size. */
+ * Decimation only: output pixel (x, y) is input pixel (2x, 2y) unless stated. w, h are the source's size. The
+ * raw members trust their buffers to be as long as w and h say (a NULL buffer is VORN_E_NULL). */
 /* dst w / 2 x h / 2, same format (else VORN_E_PARAM). Destination row y comes from source row 3y; rows past
  * the source repeat its last row. */
 VORN_API vorn_result vorn_image_quater(const vorn_image *src, vorn_image *dst);

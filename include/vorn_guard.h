@@ -42,8 +42,11 @@ VORN_API vorn_result vorn_guard_set_lines(vorn_guard *guard, vorn_line guard_lin
                                           int32_t half_width);
 /* vorn_guard_set_mask: replaces the model's mask (0 = not watched). VORN_E_NULL also for a size mismatch. */
 VORN_API vorn_result vorn_guard_set_mask(vorn_guard *guard, const vorn_mono_image *mask);
-/* vorn_guard_put_image: one frame of type frame_type. VORN_OK; VORN_E_SCENE_CHANGE (the model was reset; features
- * and flags kept); the model's or object maker's codes (VORN_E_LEARNING while the model learns); VORN_E_NULL. */
+/* vorn_guard_put_image: one frame of type frame_type (the buffer is trusted to hold a whole frame; NULL is
+ * VORN_E_NULL). VORN_OK; VORN_E_SCENE_CHANGE (the model was reset; features and flags kept); the model's or
+ * object maker's codes (VORN_E_LEARNING while the model learns); VORN_E_NOMEM when a pyramid, the corner
+ * detector or the point tracker could not get memory (the guard stays usable: the next frame goes on from
+ * this one); VORN_E_NULL. */
 VORN_API vorn_result vorn_guard_put_image(vorn_guard *guard, uint8_t *frame, uint32_t frame_type);
 VORN_API vorn_result vorn_guard_get_fg(vorn_guard *guard, vorn_mono_image **fg);
 VORN_API vorn_result vorn_guard_get_obj_maker(vorn_guard *guard, vorn_obj_maker **maker);

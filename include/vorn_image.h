@@ -52,20 +52,22 @@ VORN_API vorn_image *vorn_image_alloc(uint32_t width, uint32_t height, uint32_t 
 VORN_API void vorn_image_free(vorn_image *image);
 /* vorn_image_copy: source first. VORN_E_PARAM when width, height or format differ. */
 VORN_API vorn_result vorn_image_copy(const vorn_image *src, vorn_image *dst);
-/* vorn_image_save_rgb: writes the planes as R, G, B into a 24-bit bitmap file. VORN_E_NULL, VORN_E_PARAM (zero
- * size), VORN_E_NOMEM; 0 otherwise, also when the file could not be written. */
+/* vorn_image_save_rgb: writes the planes as R, G, B into a 24-bit bitmap file. VORN_E_NULL (image or path),
+ * VORN_E_PARAM (zero size, or a plane missing: the code this call has always given), VORN_E_NOMEM; 0 otherwise,
+ * also when the file could not be written. */
 VORN_API vorn_result vorn_image_save_rgb(const vorn_image *image, const char *path);
 
 VORN_API vorn_mono_image *vorn_mono_image_alloc(uint32_t width, uint32_t height);
 VORN_API void vorn_mono_image_free(vorn_mono_image *image);
-/* vorn_mono_image_copy: destination first. VORN_E_PARAM when sizes differ or a data pointer is NULL. */
+/* vorn_mono_image_copy: destination first. VORN_E_NULL for a NULL record; VORN_E_PARAM when sizes differ or a
+ * data pointer is NULL (this call has always answered a missing plane so). */
 VORN_API vorn_result vorn_mono_image_copy(vorn_mono_image *dst, const vorn_mono_image *src);
 /* vorn_mono_image_thin: does nothing; returns 0. */
 VORN_API vorn_result vorn_mono_image_thin(void);
 
 /* --- bitmaps --- */
 /* vorn_bmp_prepare_header: fills a 14-byte file header and a 40-byte information header (the 44 bytes from the
- * information header's start are cleared first). */
+ * information header's start are cleared first). Does nothing when either header is NULL. */
 VORN_API void vorn_bmp_prepare_header(void *file_header, void *info_header, int32_t width, int32_t height,
                                       uint32_t bitcount);
 /* vorn_bmp_alloc: a bitmap object with prepared headers and zeroed pixels, or NULL. */
@@ -73,7 +75,7 @@ VORN_API vorn_bmp *vorn_bmp_alloc(uint32_t width, uint32_t height, uint32_t bitc
 VORN_API void vorn_bmp_free(void *p);
 /* vorn_bmp_load: a 24- or 32-bit bottom-up bitmap file as a new bitmap object, or NULL. */
 VORN_API vorn_bmp *vorn_bmp_load(const char *path);
-/* vorn_bmp_save: writes the object's file-size bytes. VORN_E_NULL, VORN_E_FILE, or 0. */
+/* vorn_bmp_save: writes the object's file-size bytes. VORN_E_NULL (bitmap or path), VORN_E_FILE, or 0. */
 VORN_API vorn_result vorn_bmp_save(const vorn_bmp *bmp, const char *path);
 VORN_API uint8_t *vorn_bmp_get_image(vorn_bmp *bmp);
 VORN_API int32_t vorn_bmp_get_width(const vorn_bmp *bmp);

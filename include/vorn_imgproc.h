@@ -42,8 +42,7 @@ VORN_API vorn_result vorn_mono_image_binary(const vorn_mono_image *src, vorn_mon
  *   a, b in, same size and format;  out out, same width and height as a. */
 VORN_API vorn_result vorn_image_diff_binary_to_mono_image(const vorn_image *a, const vorn_image *b,
                                                           vorn_mono_image *out, uint32_t t);
-/* vorn_mono_image_xor: out = a ^ b bytewise. On a size mismatch out is cleared to 0 (as far as its own size goes)
- * before VORN_E_PARAM is returned. */
+/* vorn_mono_image_xor: out = a ^ b bytewise. */
 VORN_API vorn_result vorn_mono_image_xor(const vorn_mono_image *a, const vorn_mono_image *b,
                                          vorn_mono_image *out);
 /* vorn_mono_image_otsu_threshold: the Otsu level of the interior of r (r shrunk by one pixel on every side);

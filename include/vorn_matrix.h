@@ -2,8 +2,8 @@
  *
  * Every two-operand operation writes into a destination of the right shape allocated by the caller and returns
  * VORN_E_PARAM, with nothing written, on a shape mismatch. Products accumulate in single precision over the inner
- * index in increasing order, from 0. A product's destination must not be one of its sources. Null matrices are
- * not checked by the arithmetic. */
+ * index in increasing order, from 0. A product's destination must not be one of its sources. A NULL matrix, or one
+ * whose data is NULL, is answered VORN_E_NULL. */
 #ifndef VORN_MATRIX_H
 #define VORN_MATRIX_H
 
@@ -22,9 +22,10 @@ typedef struct vorn_matrix {
 
 VORN_API vorn_matrix *vorn_matrix_alloc(uint32_t rows, uint32_t cols); /* zeroed, or NULL */
 VORN_API void vorn_matrix_free(vorn_matrix *m);
-/* vorn_matrix_get_line: address of row `row`, NULL when row is outside 0..rows-1. */
+/* vorn_matrix_get_line: address of row `row`, NULL when row is outside 0..rows-1 or the matrix or its data is NULL. */
 VORN_API float *vorn_matrix_get_line(vorn_matrix *m, int32_t row);
-/* Element access, column first: 0.0 / nothing when (col, row) lies outside the matrix. */
+/* Element access, column first: 0.0 / nothing when (col, row) lies outside the matrix. A NULL matrix or data
+ * reads 0.0 and is answered VORN_E_NULL by the setter (whose other answers are 0). */
 VORN_API float vorn_matrix_get_value(const vorn_matrix *m, int32_t col, int32_t row);
 VORN_API vorn_result vorn_matrix_set_value(vorn_matrix *m, int32_t col, int32_t row, float value);
 VORN_API vorn_result vorn_matrix_zero(vorn_matrix *m);

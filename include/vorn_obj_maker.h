@@ -49,7 +49,8 @@ VORN_API vorn_result vorn_obj_maker_destroy(vorn_obj_maker *maker);
 /* vorn_obj_maker_process: extracts the objects of one mask, overwriting those of the previous run.
  * Returns VORN_OK, VORN_E_NULL, VORN_E_PARAM (mask size differs; block mode on a frame under 4 x 4). */
 VORN_API vorn_result vorn_obj_maker_process(vorn_obj_maker *maker, const vorn_mono_image *mask);
-/* vorn_obj_maker_get_obj: the object array and the number of objects of the last run (outs cleared first). */
+/* Getters: outputs are cleared first; VORN_E_NULL for a NULL maker or output. */
+/* vorn_obj_maker_get_obj: the object array and the number of objects of the last run. */
 VORN_API vorn_result vorn_obj_maker_get_obj(vorn_obj_maker *maker, vorn_obj **objs, uint32_t *count);
 /* vorn_obj_maker_get_fg: the maker's cell-sized foreground image (NULL in contour mode). */
 VORN_API vorn_result vorn_obj_maker_get_fg(vorn_obj_maker *maker, vorn_mono_image **fg);
@@ -67,7 +68,8 @@ VORN_API vorn_result vorn_obj_maker_clear_obj(vorn_obj_maker *maker, uint32_t in
  * clamped to the frame). Objects without an odd mask pixel are left as they were. VORN_OK, VORN_E_NULL. */
 VORN_API vorn_result vorn_obj_maker_adjust_rect(vorn_obj_maker *maker, const vorn_mono_image *mask);
 /* vorn_obj_maker_calculate_hist: adds each object's rectangle of frame plane 0 (where mask, optional, is
- * non-zero) to the object's 32-bin histogram, allocating it the first time. Bins are not cleared.
+ * non-zero) to the object's 32-bin histogram, attaching the slot's histogram (made at create) the first time.
+ * Bins are not cleared.
  * VORN_OK, VORN_E_NULL. */
 VORN_API vorn_result vorn_obj_maker_calculate_hist(vorn_obj_maker *maker, const vorn_image *frame,
                                                    const vorn_mono_image *mask);

@@ -33,7 +33,7 @@ VORN_API vorn_result vorn_mono_image_get_sub_pixel(const vorn_mono_image *image,
 /* vorn_opticalflow_lk — iterative Lucas-Kanade tracking of points from one grey frame to the next, at one
  * resolution (suited to motions of a few pixels).
  *   prev, cur        in, the two frames, same size (at least 2 x 2)
- *   prev_pts         in, count positions in prev
+ *   prev_pts         in, count positions in prev (the arrays are trusted to hold count entries)
  *   cur_pts          out, count positions in cur (the best estimate also for lost points)
  *   status           out, count flags VORN_FLOW_FOUND / VORN_FLOW_LOST, or NULL
  *   win_half         half-size of the square matching window ((2 win_half + 1)^2 pixels), 1 .. 64
@@ -52,7 +52,8 @@ VORN_API vorn_result vorn_opticalflow_lk(const vorn_mono_image *prev, const vorn
  *                              for the full-size views only; the coarsest level used is the last one both have
  *   prev_pts, cur_pts, status, count, win_half, max_iter   as for vorn_opticalflow_lk
  * Returns VORN_OK, VORN_E_NULL, VORN_E_PARAM (also a colour pyramid, or levels whose sizes do not halve the
- * views'), VORN_E_NOMEM. No per-point allocation; one window buffer per call. */
+ * views'), VORN_E_NOMEM. Windows up to 33 x 33 (win_half 16) allocate nothing; a larger one takes one
+ * buffer per call. */
 VORN_API vorn_result vorn_opticalflow_pyr_lk(const vorn_mono_image *prev, const vorn_mono_image *cur,
                                              vorn_pyramid *prev_pyramid, vorn_pyramid *cur_pyramid,
                                              const vorn_point2f *prev_pts, vorn_point2f *cur_pts, uint32_t *status,

@@ -38,9 +38,11 @@ typedef struct vorn_tracker vorn_tracker;
 VORN_API vorn_result vorn_tracker_create(const vorn_tracker_params *params, vorn_tracker **out);
 /* vorn_tracker_destroy: releases the model, the object maker and every track. VORN_E_NULL for NULL. */
 VORN_API vorn_result vorn_tracker_destroy(vorn_tracker *tracker);
-/* vorn_tracker_process: one frame of type frame_type (VORN_FRAME_*). Returns VORN_OK; the background model's
- * codes unchanged (VORN_E_SCENE_CHANGE after resetting the model; VORN_E_LEARNING while it learns); the object
- * maker's codes; VORN_E_NULL. */
+/* vorn_tracker_process: one frame of type frame_type (VORN_FRAME_*; the buffer is trusted to hold a whole frame,
+ * NULL is VORN_E_NULL). Returns VORN_OK; the background model's codes unchanged (VORN_E_SCENE_CHANGE after
+ * resetting the model; VORN_E_LEARNING while it learns); the object maker's codes; VORN_E_NOMEM when an object's
+ * histogram or a new track could not get memory (the frame's step is still completed, a track that could not
+ * start stays a candidate, and the tracker is usable for the next frame); VORN_E_NULL. */
 VORN_API vorn_result vorn_tracker_process(vorn_tracker *tracker, uint8_t *frame, uint32_t frame_type);
 /* vorn_tracker_get_objs: the live tracks in track order (the tracker's storage, valid until the next frame).
  * Outs cleared first. VORN_OK, VORN_E_NULL. */

@@ -9,7 +9,7 @@ VORN_API vorn_result vorn_image_make_obj(const vorn_mono_image *mask, int32_t un
   (void)unused_b;
   (void)rects;
   if (count) *count = 0;
-  if (!mask) return VORN_E_NULL;
+  if (!mask || !count || !mask->data) return VORN_E_NULL;
   vorn_mono_image *scratch = vorn_mono_image_alloc(mask->width, mask->height);
   if (!scratch) return VORN_E_NOMEM;
   if (mask->data) vorn_mono_image_copy(scratch, mask);

@@ -8,6 +8,7 @@ extern "C" {
 
 VORN_API vorn_result vorn_moments_calculate(const vorn_backproject *bp, vorn_moments *out, const vorn_rect *rect) {
   if (!bp || !out || !rect) return VORN_E_NULL;
+  if (!bp->data && bp->width && bp->height) return VORN_E_NULL;
   vorn_moments m = {};
   vorn::Span s = vorn::rect_span(*rect, rect->top, bp->width, bp->height);
   if (!s.empty() && bp->data) {

@@ -1,13 +1,20 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|viewer|platforms|fuzz]...
+# Usage: scripts/deps.sh [test|bench|tools|viewer|platforms|fuzz|wine32]...
+#
+# Package lists are refreshed for the native architecture only, so a foreign architecture (i386, added by the
+# wine32 set alone) whose indexes the mirror fails to serve never stops the other sets; a failed refresh is
+# reported and the install goes on from the lists at hand. apt waits for other users of its lock.
 set -eu
 npm_dirs=""
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
+wine32=""
 for what in "$@"; do
   case "$what" in
     test) ;;
-    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
+    # OpenCV is the measuring stick; opencv-doc holds the street clip (examples/data/vtest.avi); matplotlib
+    # draws the report's chart.
+    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;
     tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev libcpp-httplib-dev" ;;
     # The viewer's browser test: chromium driven by playwright-core (installed from npm into tests/viewer). Node
     # from another source than Debian, with its own npm, is kept.
@@ -21,20 +28,55 @@ for what in "$@"; do
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;
     # clang with libFuzzer and the sanitizer runtimes.
     fuzz) pkgs="$pkgs clang libclang-rt-14-dev" ;;
+    # 32-bit wine for the 32-bit Windows DLL's tests: see install_wine32.
+    wine32) wine32=1 ;;
     *) echo "deps.sh: unknown set '$what'" >&2; exit 2 ;;
   esac
 done
+SUDO=""
+[ "$(id -u)" -ne 0 ] && SUDO="sudo"
+export DEBIAN_FRONTEND=noninteractive
+APT="$SUDO apt-get -o DPkg::Lock::Timeout=600"
+
+installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"; }
+
+# wine32 lives in the i386 architecture, which only this function adds. When wine32 cannot be installed (typically
+# an i386 index that failed to download, which leaves the i386 libraries behind their native security updates),
+# it prints what failed, removes the architecture again if nothing of it got installed, and returns 3 so that
+# the caller can skip the leg that needs it.
+install_wine32() {
+  installed wine32:i386 && return 0
+  log=$(mktemp)
+  added=""
+  if ! dpkg --print-foreign-architectures | grep -qx i386; then
+    $SUDO dpkg --add-architecture i386
+    added=1
+  fi
+  echo "deps.sh: installing wine32:i386"
+  $APT update > "$log" 2>&1 || true
+  if $APT install -y -qq --no-install-recommends wine32:i386 >> "$log" 2>&1; then
+    rm -f "$log"
+    return 0
+  fi
+  echo "deps.sh: wine32:i386 cannot be installed; apt said:" >&2
+  grep -E "^(E|Err):|Depends:|Hashes|Filesize|unexpected size" "$log" | head -n 24 | sed 's/^/  /' >&2
+  if [ -n "$added" ] && ! dpkg-query -W -f='${binary:Package}\n' 2>/dev/null | grep -q ':i386$'; then
+    $SUDO dpkg --remove-architecture i386
+    echo "deps.sh: the i386 architecture was removed again (nothing of it is installed)" >&2
+  fi
+  rm -f "$log"
+  return 3
+}
+
 missing=""
 for p in $pkgs; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
+  installed "$p" || missing="$missing $p"
 done
 if [ -n "$missing" ]; then
   echo "deps.sh: installing$missing"
-  SUDO=""
-  [ "$(id -u)" -ne 0 ] && SUDO="sudo"
-  export DEBIAN_FRONTEND=noninteractive
-  $SUDO apt-get update -qq
-  $SUDO apt-get install -y -qq --no-install-recommends $missing
+  $APT -o APT::Architectures="$(dpkg --print-architecture)" update -qq ||
+    echo "deps.sh: the package lists could not all be refreshed; installing from the lists at hand" >&2
+  $APT install -y -qq --no-install-recommends $missing
 fi
 # npm packages, exactly as their package-lock.json says, when missing or older than the lock file.
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -46,3 +88,4 @@ for d in $npm_dirs; do
     (cd "$root/$d" && npm ci --no-audit --no-fund --loglevel=error)
   fi
 done
+[ -z "$wine32" ] || install_wine32

@@ -13,6 +13,10 @@ constexpr uint32_t kBins = 32;
 
 inline int32_t trunc_i(double v) { return (int32_t)v; }
 
+// Window arithmetic runs in 64 bits so that any rectangle a host hands in is answered, never overflowed; results
+// are stored back saturated to 32 bits.
+inline int32_t sat32(int64_t v) { return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : (int32_t)v; }
+
 }  // namespace
 
 struct vorn_camshift {
@@ -26,23 +30,23 @@ struct vorn_camshift {
 extern "C" {
 
 VORN_API vorn_result vorn_cam_meanshift(const vorn_backproject *bp, vorn_rect *window, vorn_moments *moments) {
-  if (!bp || !window || !moments) return VORN_E_NULL;
-  const int32_t W = (int32_t)bp->width, H = (int32_t)bp->height;
-  const int32_t w = window->right - window->left, h = window->bottom - window->top;
+  if (!bp || !window || !moments || !bp->data) return VORN_E_NULL;
+  const int64_t W = (int32_t)bp->width, H = (int32_t)bp->height;
+  const int64_t w = (int64_t)window->right - window->left, h = (int64_t)window->bottom - window->top;
   vorn_rect cur = *window;
   for (int round = 0; round < kMaxShifts; ++round) {
     vorn_moments_calculate(bp, moments, &cur);
     if (fabs(moments->m00) < kEpsilon) return VORN_E_NO_RESULT;
-    const int32_t dx = trunc_i(moments->m10 / moments->m00 - 0.5 * w + 0.5);
-    const int32_t dy = trunc_i(moments->m01 / moments->m00 - 0.5 * h + 0.5);
+    const int32_t dx = trunc_i(moments->m10 / moments->m00 - 0.5 * (double)w + 0.5);
+    const int32_t dy = trunc_i(moments->m01 / moments->m00 - 0.5 * (double)h + 0.5);
     // Kept inside the frame; a window larger than the frame sits at 0.
-    int32_t left = cur.left + dx, top = cur.top + dy;
+    int64_t left = (int64_t)cur.left + dx, top = (int64_t)cur.top + dy;
     if (left > W - w) left = W - w;
     if (left < 0) left = 0;
     if (top > H - h) top = H - h;
     if (top < 0) top = 0;
-    const int64_t sx = (int64_t)left - cur.left, sy = (int64_t)top - cur.top;
-    cur = vorn_rect{left, top, left + w, top + h};
+    const int64_t sx = left - cur.left, sy = top - cur.top;
+    cur = vorn_rect{sat32(left), sat32(top), sat32(left + w), sat32(top + h)};
     if (sx * sx + sy * sy < 1) {
       *window = cur;
       return VORN_OK;
@@ -53,7 +57,7 @@ VORN_API vorn_result vorn_cam_meanshift(const vorn_backproject *bp, vorn_rect *w
 
 VORN_API vorn_result vorn_cam_tracking(const vorn_backproject *bp, const vorn_rect *window, const vorn_rect *search,
                                        vorn_moments *moments, vorn_track_box *box) {
-  if (!bp || !window || !search || !moments || !box) return VORN_E_NULL;
+  if (!bp || !window || !search || !moments || !box || !bp->data) return VORN_E_NULL;
   *box = vorn_track_box{0, 0, 0, 0, 0, 0, 0.0f};
   vorn_rect settled = *window;
   if (vorn_cam_meanshift(bp, &settled, moments) != VORN_OK) return VORN_OK;
@@ -109,12 +113,13 @@ VORN_API vorn_result vorn_camshift_update(vorn_camshift *t, vorn_camshift_params
   const vorn_rect frame{0, 0, (int32_t)img->width, (int32_t)img->height};
   const vorn_result r = vorn_backproject_calculate(&grey, t->hist, t->bp, &frame, params->mask);
   if (r != VORN_OK) return r;
-  vorn_rect search{t->left - kSearchMargin, t->top - kSearchMargin, t->right + kSearchMargin,
-                   t->bottom + kSearchMargin};
-  if (search.left < 0) search.left = 0;
-  if (search.top < 0) search.top = 0;
-  if (search.right > frame.right) search.right = frame.right;
-  if (search.bottom > frame.bottom) search.bottom = frame.bottom;
+  int64_t sl = (int64_t)t->left - kSearchMargin, st = (int64_t)t->top - kSearchMargin;
+  int64_t sr = (int64_t)t->right + kSearchMargin, sb = (int64_t)t->bottom + kSearchMargin;
+  if (sl < 0) sl = 0;
+  if (st < 0) st = 0;
+  if (sr > frame.right) sr = frame.right;
+  if (sb > frame.bottom) sb = frame.bottom;
+  const vorn_rect search{sat32(sl), sat32(st), sat32(sr), sat32(sb)};
   const vorn_rect window{t->left, t->top, t->right, t->bottom};
   vorn_moments moments;
   vorn_track_box box;

@@ -44,7 +44,7 @@ void corner_grey_release(CornerGrey *grey) {
 }  // namespace vorn
 
 extern "C" VORN_API vorn_result vorn_find_corner(const vorn_image *image, vorn_image *out) {
-  if (!image || !out) return VORN_E_NULL;
+  if (!image || !out || !out->plane[0] || !out->plane[1] || !out->plane[2]) return VORN_E_NULL;
   if (image->width != out->width || image->height != out->height) return VORN_E_PARAM;
   vorn::CornerGrey grey;
   const vorn_result r = vorn::corner_grey_get(image, &grey);

@@ -90,13 +90,15 @@ VORN_API vorn_result vorn_meanshift_create(const vorn_meanshift_params *params, 
   *out = nullptr;
   if (!params || !params->image || !params->image->plane[0]) return VORN_E_NULL;
   const vorn_image *img = params->image;
-  int32_t w = params->right - params->left, h = params->bottom - params->top;
-  if (w > 0 && w % 2 == 0) --w;
-  if (h > 0 && h % 2 == 0) --h;
-  const int32_t hx = w / 2, hy = h / 2;
-  if (hx < 1 || hy < 1 || params->left < 0 || params->top < 0 ||
-      (int64_t)params->left + 2 * hx > (int64_t)img->width || (int64_t)params->top + 2 * hy > (int64_t)img->height)
+  // The window is measured in 64 bits: any rectangle is refused or accepted, none overflows.
+  int64_t w64 = (int64_t)params->right - params->left, h64 = (int64_t)params->bottom - params->top;
+  if (w64 > 0 && w64 % 2 == 0) --w64;
+  if (h64 > 0 && h64 % 2 == 0) --h64;
+  if (w64 < 3 || h64 < 3 || params->left < 0 || params->top < 0 ||
+      (int64_t)params->left + (w64 - 1) > (int64_t)img->width ||
+      (int64_t)params->top + (h64 - 1) > (int64_t)img->height)
     return VORN_E_PARAM;
+  const int32_t w = (int32_t)w64, h = (int32_t)h64, hx = w / 2, hy = h / 2;
   vorn_meanshift *t = vorn::block_new<vorn_meanshift>();
   if (!t) return VORN_E_NOMEM;
   const size_t n = (size_t)w * (size_t)h;

@@ -22,6 +22,14 @@ void pyramid_vrow_c(const uint16_t *const rows[5], const uint16_t weights[5], ui
 uint32_t pyramid_hrow_sse2(const uint8_t *src, uint16_t *out, uint32_t dst_width);
 uint32_t pyramid_vrow_sse2(const uint16_t *const rows[5], const uint16_t weights[5], uint8_t *dst, uint32_t width);
 
+// The family's table: vector kernels as above (null: none), the _c kernels finishing each row.
+struct PyramidRowKernels {
+  uint32_t (*hrow)(const uint8_t *src, uint16_t *out, uint32_t dst_width);
+  uint32_t (*vrow)(const uint16_t *const rows[5], const uint16_t weights[5], uint8_t *dst, uint32_t width);
+};
+// The table for this CPU (honours cpu_set_mask).
+const PyramidRowKernels &pyramid_row_kernels();
+
 // The number of uint16_t a reduction to dst_width columns needs as scratch.
 inline size_t pyramid_scratch_size(uint32_t dst_width) { return (size_t)5 * dst_width; }
 

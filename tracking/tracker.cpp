@@ -41,8 +41,12 @@ VORN_API vorn_result vorn_tracker_create(const vorn_tracker_params *params, vorn
     if (!t->chain_store) r = VORN_E_NOMEM;
   }
   for (int i = 0; r == VORN_OK && i < kMaxTracks; ++i) {
-    t->tracks[i].measurement = vorn_matrix_alloc(2, 1);
-    if (!t->tracks[i].measurement) r = VORN_E_NOMEM;
+    Track &k = t->tracks[i];
+    vorn_kalman_params kp = {4, 2, 0};
+    if (!(k.measurement = vorn_matrix_alloc(2, 1)) || !(k.hist_store = vorn_histogram_alloc(kHistBins)))
+      r = VORN_E_NOMEM;
+    else
+      r = vorn_kalman_create(&kp, &k.filter_store);
   }
   if (r != VORN_OK) {
     vorn_tracker_destroy(t);
@@ -63,8 +67,8 @@ VORN_API vorn_result vorn_tracker_destroy(vorn_tracker *t) {
   if (t->model && t->ops.destroy) t->ops.destroy(t->model);
   vorn_obj_maker_destroy(t->maker);
   for (int i = 0; i < kMaxTracks; ++i) {
-    vorn_kalman_destroy(t->tracks[i].filter);
-    vorn_histogram_free(t->tracks[i].hist);
+    vorn_kalman_destroy(t->tracks[i].filter_store);
+    vorn_histogram_free(t->tracks[i].hist_store);
     vorn_matrix_free(t->tracks[i].measurement);
   }
   for (int i = 0; i < kChainLength; ++i) block_release(t->frames[i]);
@@ -74,7 +78,7 @@ VORN_API vorn_result vorn_tracker_destroy(vorn_tracker *t) {
 }
 
 VORN_API vorn_result vorn_tracker_process(vorn_tracker *t, uint8_t *frame, uint32_t frame_type) {
-  if (!t || !t->model) return VORN_E_NULL;
+  if (!t || !t->model || !frame) return VORN_E_NULL;
   t->frame_count++;
   vorn_result r = t->ops.process(t->model, frame, frame_type);
   if (r == VORN_E_SCENE_CHANGE) {
@@ -89,9 +93,17 @@ VORN_API vorn_result vorn_tracker_process(vorn_tracker *t, uint8_t *frame, uint3
   if (!fg || !image) return VORN_OK;
   if ((r = vorn_obj_maker_process(t->maker, fg)) != VORN_OK) return r;
   vorn_obj_maker_adjust_rect(t->maker, fg);
+  // Histograms that could not be made, or tracks that could not be started, are reported after the step has
+  // left every track and candidate consistent for the next frame.
   vorn_obj_maker_calculate_hist(t->maker, image, fg);
-  tracker_frame_step(t);
-  return VORN_OK;
+  vorn_obj *objs = nullptr;
+  uint32_t n = 0;
+  vorn_obj_maker_get_obj(t->maker, &objs, &n);
+  vorn_result hist = VORN_OK;
+  for (uint32_t i = 0; i < n; ++i)
+    if (!objs[i].hist) hist = VORN_E_NOMEM;
+  r = tracker_frame_step(t);
+  return hist != VORN_OK ? hist : r;
 }
 
 VORN_API vorn_result vorn_tracker_get_objs(vorn_tracker *t, vorn_tracker_obj **objs, uint32_t *count) {

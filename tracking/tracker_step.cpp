@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "core/memory.h"
+#include "tracking/kalman.h"
 #include "tracking/tracker_impl.h"
 
 namespace vorn {
@@ -118,9 +119,7 @@ void remove_track(vorn_tracker *t, Track *k) {
   }
   if (t->active_count > 0) t->active_count--;
   k->id = 0;
-  vorn_kalman_destroy(k->filter);
   k->filter = nullptr;
-  vorn_histogram_free(k->hist);
   k->hist = nullptr;
 }
 
@@ -304,11 +303,13 @@ vorn_result create_track(vorn_tracker *t, const Chain &c) {
   copy_box(k, *c.slot[0]);
   k->id = ++t->last_id;
   k->missed = 0;
-  k->hist = vorn_histogram_alloc(kHistBins);
+  // The slot's histogram and filter start over as if just made.
+  k->hist = k->hist_store;
+  vorn_histogram_zero(k->hist);
   t->active[t->active_count++] = k;
 
-  vorn_kalman_params kp = {4, 2, 0};
-  if (vorn_kalman_create(&kp, &k->filter) != VORN_OK) return VORN_E_PARAM;
+  k->filter = k->filter_store;
+  vorn::kalman_restart(k->filter);
   static const float kTransition[16] = {1, 0, 1, 0, 0, 1, 0, 1, 0, 0, 1, 0, 0, 0, 0, 1};
   static const float kMeasure[8] = {1, 0, 0, 0, 0, 1, 0, 0};
   vorn_kalman_matrixs m;
@@ -360,7 +361,8 @@ void compact_chains(vorn_tracker *t) {
 
 }  // namespace
 
-void tracker_frame_step(vorn_tracker *t) {
+vorn_result tracker_frame_step(vorn_tracker *t) {
+  vorn_result failed = VORN_OK;
   // The oldest frame buffer becomes the newest.
   Track *oldest = t->frames[kChainLength - 1];
   for (int i = kChainLength - 1; i > 0; --i) t->frames[i] = t->frames[i - 1];
@@ -406,11 +408,16 @@ void tracker_frame_step(vorn_tracker *t) {
     bool complete = true;
     for (int s = 0; s < kChainLength; ++s) complete = complete && c->slot[s];
     if (!complete || !fit_path(t, c)) continue;
-    create_track(t, *c);
+    const vorn_result r = create_track(t, *c);
+    if (r == VORN_E_NOMEM) {
+      failed = r;
+      continue;
+    }
     c->slot[0] = nullptr;
   }
 
   compact_chains(t);
+  return failed;
 }
 
 }  // namespace vorn

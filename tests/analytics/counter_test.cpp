@@ -122,6 +122,23 @@ TEST(Counter, StopResetAndTimeouts) {
   EXPECT_EQ(k.frame(false, false), 0u);  // reset also forgot that area 0 was occupied
 }
 
+// A pending release waits exactly `limit` quiet frames; the next one times it out. Both areas, set and default limits.
+TEST(Counter, TimeOutComesOnTheFrameAfterTheLimit) {
+  for (uint32_t limit : {3u, 0u}) {
+    const uint32_t frames = limit ? limit : 200;  // 0 stands for 200
+    for (int area = 0; area < 2; ++area) {
+      Counter k(limit, /*logic=*/1);
+      k.frame(area == 0, area == 1);
+      k.frame(false, false);  // released: armed
+      for (uint32_t i = 0; i < frames; ++i) ASSERT_EQ(k.frame(false, false), 0u) << limit << " " << area << " " << i;
+      // Area 0's time-out counts into count 1, area 1's into count 0.
+      EXPECT_EQ(k.frame(false, false), area == 0 ? 2u : 1u) << limit << " " << area;
+      EXPECT_EQ(k.count(area == 0 ? 1 : 0), 1u);
+      EXPECT_EQ(k.count(area == 0 ? 0 : 1), 0u);
+    }
+  }
+}
+
 TEST(Counter, ClearedAreaIsAlwaysOccupiedAndSensitivityBounds) {
   Counter k(/*max_frame=*/2, /*logic=*/1);
   vorn_counter_clear_area(k.c, 1);

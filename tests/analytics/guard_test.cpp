@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "analytics/guard_direction.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -69,6 +70,24 @@ TEST(Guard, CrossingWithTheDirectionTriggers) {
   // An empty frame resets the tracking: flags and event are gone.
   EXPECT_EQ(k.step(-1, 0), VORN_GUARD_EVENT_NONE);
   EXPECT_EQ(vorn_guard_is_cross_guard_line(k.g, 0), 0u);
+}
+
+// The guarded direction is the half-turn around the direction line's angle: a trace at exactly 90 degrees from it
+// on the one side is no trigger, at exactly 270 (that is, -90) on the other side it is one.
+TEST(Guard, DirectionBoundariesAreHalfOpen) {
+  const vorn_line right = {0, 0, 10, 0}, up = {0, 10, 0, 0}, left = {10, 0, 0, 0}, down = {0, 0, 0, 10};
+  const double to_right = vorn_get_line_angle(right), to_down = vorn_get_line_angle(down);
+  EXPECT_FALSE(vorn::guard_direction_triggers(to_right, down));  // d = 90
+  EXPECT_TRUE(vorn::guard_direction_triggers(to_right, up));     // d = 270
+  EXPECT_TRUE(vorn::guard_direction_triggers(to_right, right));  // d = 0
+  EXPECT_FALSE(vorn::guard_direction_triggers(to_right, left));  // d = 180
+  EXPECT_TRUE(vorn::guard_direction_triggers(to_down, right));   // d = 270
+  EXPECT_FALSE(vorn::guard_direction_triggers(to_down, left));   // d = 90
+  // Just inside and just outside the boundaries.
+  EXPECT_TRUE(vorn::guard_direction_triggers(to_down, vorn_line{0, 0, -100, 1}));   // d = 89.4
+  EXPECT_FALSE(vorn::guard_direction_triggers(to_down, vorn_line{0, 0, -100, -1}));  // d = 90.6
+  EXPECT_TRUE(vorn::guard_direction_triggers(to_down, vorn_line{0, 0, 100, 1}));    // d = 270.6
+  EXPECT_FALSE(vorn::guard_direction_triggers(to_down, vorn_line{0, 0, 100, -1}));  // d = 269.4
 }
 
 TEST(Guard, CrossingAgainstTheDirectionOnlyCrosses) {

@@ -11,59 +11,63 @@
 #include "core/memory.h"
 #include "support/test_support.h"
 
+// Each instruction set's table in turn (AVX-512 where present, AVX2, none).
 TEST(MeanKernels, SimdPassesEqualThePlainOnes) {
   if (!(vorn::cpu_flags() & vorn::kCpuAvx2)) GTEST_SKIP() << "no AVX2";
-  for (size_t np : {1u, 7u, 8u, 9u, 31u, 67u, 768u * 3 + 5}) {
-    std::vector<uint8_t> bytes = vorn_test::random_bytes(np * 12, (uint32_t)np);
-    vorn::bk_pass_planes p = {};
-    std::vector<uint8_t> bk_a(np * 3), bk_b;
-    for (int q = 0; q < 3; ++q) {
-      p.c[q] = bytes.data() + q * np;
-      p.prev[q] = bytes.data() + (3 + q) * np;
-    }
-    // sparse fg and mask so every combination occurs
-    std::vector<uint8_t> fg(np), mask(np);
-    for (size_t i = 0; i < np; ++i) {
-      fg[i] = bytes[6 * np + i] < 64 ? 255 : 0;
-      mask[i] = bytes[7 * np + i] < 40 ? 0 : bytes[7 * np + i];
-    }
-    p.fg = fg.data();
-    p.mask = mask.data();
-    auto set_bk = [&](std::vector<uint8_t> &bk) {
-      for (int q = 0; q < 3; ++q) p.bk[q] = bk.data() + q * np;
-    };
-    // sums with large values, counts that wrap to 0 and large quotients
-    std::vector<uint32_t> sums_a(4 * np);
-    for (size_t i = 0; i < 4 * np; ++i) sums_a[i] = (uint32_t)bytes[i % (np * 12)] * 16843009u;
-    for (size_t i = 0; i < np; i += 3) sums_a[3 * np + i] = 0xFFFFFFFFu;
-    for (size_t i = 1; i < np; i += 5) sums_a[3 * np + i] = 0;
-    std::vector<uint32_t> sums_b = sums_a;
-    std::vector<double> acc_a(3 * np);
-    for (size_t i = 0; i < 3 * np; ++i) acc_a[i] = bytes[(i * 7) % (np * 12)] * 0.99;
-    std::vector<double> acc_b = acc_a;
-    for (size_t i = 0; i < np * 3; ++i) bk_a[i] = bytes[8 * np + i];
-    bk_b = bk_a;
+  for (uint32_t off : vorn_test::isa_masks()) {
+    vorn_test::CpuMaskScope scope(off);
+    for (size_t np : {1u, 7u, 8u, 9u, 31u, 67u, 768u * 3 + 5}) {
+      std::vector<uint8_t> bytes = vorn_test::random_bytes(np * 12, (uint32_t)np);
+      vorn::bk_pass_planes p = {};
+      std::vector<uint8_t> bk_a(np * 3), bk_b;
+      for (int q = 0; q < 3; ++q) {
+        p.c[q] = bytes.data() + q * np;
+        p.prev[q] = bytes.data() + (3 + q) * np;
+      }
+      // sparse fg and mask so every combination occurs
+      std::vector<uint8_t> fg(np), mask(np);
+      for (size_t i = 0; i < np; ++i) {
+        fg[i] = bytes[6 * np + i] < 64 ? 255 : 0;
+        mask[i] = bytes[7 * np + i] < 40 ? 0 : bytes[7 * np + i];
+      }
+      p.fg = fg.data();
+      p.mask = mask.data();
+      auto set_bk = [&](std::vector<uint8_t> &bk) {
+        for (int q = 0; q < 3; ++q) p.bk[q] = bk.data() + q * np;
+      };
+      // sums with large values, counts that wrap to 0 and large quotients
+      std::vector<uint32_t> sums_a(4 * np);
+      for (size_t i = 0; i < 4 * np; ++i) sums_a[i] = (uint32_t)bytes[i % (np * 12)] * 16843009u;
+      for (size_t i = 0; i < np; i += 3) sums_a[3 * np + i] = 0xFFFFFFFFu;
+      for (size_t i = 1; i < np; i += 5) sums_a[3 * np + i] = 0;
+      std::vector<uint32_t> sums_b = sums_a;
+      std::vector<double> acc_a(3 * np);
+      for (size_t i = 0; i < 3 * np; ++i) acc_a[i] = bytes[(i * 7) % (np * 12)] * 0.99;
+      std::vector<double> acc_b = acc_a;
+      for (size_t i = 0; i < np * 3; ++i) bk_a[i] = bytes[8 * np + i];
+      bk_b = bk_a;
 
-    for (int step = 0; step < 4; ++step) {
-      set_bk(bk_a);
-      vorn::mean_accumulate(sums_a.data(), np, &p, 0, np);
-      set_bk(bk_b);
-      vorn::mean_accumulate_c(sums_b.data(), np, &p, 0, np);
-      ASSERT_EQ(sums_a, sums_b);
-      ASSERT_EQ(bk_a, bk_b) << "mean, " << np;
-      const double a = step == 0 ? 1.0 : 0.005;
-      set_bk(bk_a);
-      vorn::meanex_update(acc_a.data(), np, &p, 0, np, a, 1.0 - a, step == 1);
-      set_bk(bk_b);
-      vorn::meanex_update_c(acc_b.data(), np, &p, 0, np, a, 1.0 - a, step == 1);
-      ASSERT_EQ(memcmp(acc_a.data(), acc_b.data(), acc_a.size() * 8), 0) << "meanex, " << np;
-      ASSERT_EQ(bk_a, bk_b) << "meanex, " << np;
-      set_bk(bk_a);
-      vorn::baymean_update(acc_a.data(), np, &p, 0, np);
-      set_bk(bk_b);
-      vorn::baymean_update_c(acc_b.data(), np, &p, 0, np);
-      ASSERT_EQ(memcmp(acc_a.data(), acc_b.data(), acc_a.size() * 8), 0) << "baymean, " << np;
-      ASSERT_EQ(bk_a, bk_b) << "baymean, " << np;
+      for (int step = 0; step < 4; ++step) {
+        set_bk(bk_a);
+        vorn::mean_accumulate(sums_a.data(), np, &p, 0, np);
+        set_bk(bk_b);
+        vorn::mean_accumulate_c(sums_b.data(), np, &p, 0, np);
+        ASSERT_EQ(sums_a, sums_b);
+        ASSERT_EQ(bk_a, bk_b) << "mean, " << np;
+        const double a = step == 0 ? 1.0 : 0.005;
+        set_bk(bk_a);
+        vorn::meanex_update(acc_a.data(), np, &p, 0, np, a, 1.0 - a, step == 1);
+        set_bk(bk_b);
+        vorn::meanex_update_c(acc_b.data(), np, &p, 0, np, a, 1.0 - a, step == 1);
+        ASSERT_EQ(memcmp(acc_a.data(), acc_b.data(), acc_a.size() * 8), 0) << "meanex, " << np;
+        ASSERT_EQ(bk_a, bk_b) << "meanex, " << np;
+        set_bk(bk_a);
+        vorn::baymean_update(acc_a.data(), np, &p, 0, np);
+        set_bk(bk_b);
+        vorn::baymean_update_c(acc_b.data(), np, &p, 0, np);
+        ASSERT_EQ(memcmp(acc_a.data(), acc_b.data(), acc_a.size() * 8), 0) << "baymean, " << np;
+        ASSERT_EQ(bk_a, bk_b) << "baymean, " << np;
+      }
     }
   }
 }

@@ -139,8 +139,13 @@ TEST(BkModelRing, GetImageCountsBackFromTheLastProcessedFrame) {
     EXPECT_EQ(img->plane[0][0], 50 - 10 * back);
   }
   EXPECT_EQ(host.t.get_image(host.m, 3, &img), VORN_E_PARAM);
-  // A null frame converts nothing: the slot it passes through still holds frame 30.
-  EXPECT_EQ(host.t.process(host.m, nullptr, 4), VORN_OK);
+  // A model's process refuses a null frame and the ring stays put; the generic step lets it pass, converting
+  // nothing, so the slot it passes through still holds frame 30.
+  EXPECT_EQ(host.t.process(host.m, nullptr, 4), VORN_E_NULL);
+  ASSERT_EQ(host.t.get_image(host.m, 0, &img), VORN_OK);
+  EXPECT_EQ(img->plane[0][0], 50);
+  EXPECT_EQ(bk_model_process(host.m, nullptr, 4), VORN_OK);
+  EXPECT_EQ(bk_model_process_end(host.m, VORN_OK), VORN_OK);
   ASSERT_EQ(host.t.get_image(host.m, 0, &img), VORN_OK);
   EXPECT_EQ(img->plane[0][0], 30);
 }

@@ -139,6 +139,22 @@ TEST(Canny, MatchesTextbookEdgesOnEveryIsa) {
   }
 }
 
+// A fresh detector thresholds at 30 and 90. Magnitudes are always even (the two Sobel sums share their corner
+// pixels, so they have one parity), so the low threshold's neighbours that matter are 29 and 32. Low-contrast
+// noise has magnitudes on every one of these boundaries (the reference shows it).
+TEST(Canny, DefaultThresholdsAre30And90) {
+  const uint32_t w = 128, h = 96;
+  Mono src = mono(w, h), dst = mono(w, h);
+  std::mt19937 rng(1);
+  for (uint32_t i = 0; i < w * h; ++i) src->data[i] = (uint8_t)(rng() % 20);
+  const std::vector<uint8_t> want = reference_canny(src.get(), 30, 90);
+  for (auto [lo, hi] : std::vector<std::pair<int, int>>{{29, 90}, {32, 90}, {30, 89}, {30, 92}})
+    ASSERT_NE(want, reference_canny(src.get(), lo, hi)) << lo << "/" << hi;
+  CannyHandle c(w, h);
+  ASSERT_EQ(vorn_canny_process(c.h, dst.get(), src.get()), VORN_OK);
+  EXPECT_TRUE(bytes_of(dst.get()) == want);
+}
+
 TEST(Canny, RectangleWritesOnlyItsEdges) {
   const uint32_t w = 40, h = 30;
   CannyHandle c(w, h);

@@ -129,6 +129,24 @@ TEST(VbcFile, HandWrittenFileLoadsAndSavesBackUnchanged) {
   EXPECT_EQ(count + frames, 0u);
 }
 
+// A press selects the nearest point of the frame whose squared distance is below 200; of two equally near, the
+// first trajectory.
+TEST(VbcFile, PressSelectsTheNearestPointBelowTheRadius) {
+  Recorder r;
+  ASSERT_EQ(r.load(make_file(1, {Track{0, {{50.0f, 50.0f}}}, Track{0, {{70.0f, 50.0f}}},
+                                 Track{0, {{10.0f, 10.0f}}}})),
+            VORN_OK);
+  uint32_t index = 9;
+  EXPECT_EQ(vorn_vbc_down(r.v, 0, 60.0f, 50.0f, &index), VORN_OK);  // 100 from both
+  EXPECT_EQ(index, 0u);
+  EXPECT_EQ(vorn_vbc_down(r.v, 0, 61.0f, 50.0f, &index), VORN_OK);
+  EXPECT_EQ(index, 1u);
+  EXPECT_EQ(vorn_vbc_down(r.v, 0, 20.0f, 19.5f, &index), VORN_OK);  // 190.25
+  EXPECT_EQ(index, 2u);
+  EXPECT_EQ(vorn_vbc_down(r.v, 0, 20.0f, 20.0f, &index), VORN_VBC_NONE);  // exactly 200
+  EXPECT_EQ(index, VORN_VBC_NONE);
+}
+
 TEST(VbcFile, RecordingRoundTripsByteExact) {
   const Video video(kW, kH, 24, [](int f) { return Pos{8 + 2 * f, 12 + f}; });
   Recorder a;
