@@ -90,6 +90,8 @@ ViewServer::ViewServer(const ViewContent &content) : impl_(new Impl) {
   // Answers go out at once: without this a reply written in two parts waits for the client's delayed ACK
   // (some 40 ms on Linux), longer than a drag answer may take.
   s.set_tcp_nodelay(true);
+  // A drag is a stream of small requests: one connection serves them all rather than five each.
+  s.set_keep_alive_max_count(100000);
   const ViewContent *c = &m.c;
   const std::string *info = &m.info_json;
 
