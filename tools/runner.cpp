@@ -323,7 +323,10 @@ int run_plan(RunPlan plan) {
     if (!truth->plate.empty()) text += ", a parked car with the plate " + truth->plate;
     text += "\n";
   }
-  if (demo) text += "outputs in " + plan.out_dir + "/\n";
+  if (demo) {
+    text += "outputs in " + plan.out_dir + "/\n";
+    if (plan.out_dir == "out") text += "to see them in a browser: vorn view (make view)\n";
+  }
   std::fputs(text.c_str(), out);
   std::fflush(out);
   return kExitOk;
