@@ -64,15 +64,6 @@ std::string setting_help(const SettingSpec &s) {
   return item(option_with_value(s.option(), s.value), text);
 }
 
-int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
-  char *end = nullptr;
-  errno = 0;
-  long n = std::strtol(v.c_str(), &end, 10);
-  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
-    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
-  return static_cast<int>(n);
-}
-
 bool known_command(const std::string &c) {
   return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
 }
@@ -89,6 +80,15 @@ bool some_analytic_takes(const std::string &option) {
 }
 
 }  // namespace
+
+int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
+  char *end = nullptr;
+  errno = 0;
+  long n = std::strtol(v.c_str(), &end, 10);
+  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
+    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
+  return static_cast<int>(n);
+}
 
 const std::vector<GeneralOption> &general_options() {
   static const std::vector<GeneralOption> options = {

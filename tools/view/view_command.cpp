@@ -4,15 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <thread>
-
-extern "C" {
-#include <libavutil/log.h>
-}
 
 #include "vorn.h"
 
@@ -20,6 +14,7 @@ extern "C" {
 #include "event_file.h"
 #include "options.h"
 #include "report.h"
+#include "runner.h"
 #include "scene.h"
 #include "video_reader.h"
 #include "view_server.h"
@@ -27,15 +22,6 @@ extern "C" {
 namespace vt {
 
 namespace {
-
-long parse_number(const std::string &v, const std::string &opt, long lo, long hi) {
-  char *end = nullptr;
-  errno = 0;
-  long n = std::strtol(v.c_str(), &end, 10);
-  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
-    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
-  return n;
-}
 
 bool exists(const std::string &path) {
   struct stat st;
@@ -97,9 +83,9 @@ ViewOptions parse_view_options(int argc, const char *const *argv, bool &help) {
     if (value.empty()) usage_error("option '" + arg + "' needs a value");
     if (arg == "--events") o.events = value;
     else if (arg == "--trajectories") o.trajectories = value;
-    else if (arg == "--port") o.port = static_cast<int>(parse_number(value, arg, 1, 65535));
+    else if (arg == "--port") o.port = static_cast<int>(parse_int(value, arg, 1, 65535));
     else if (arg == "--listen") o.host = value;
-    else o.max_frames = parse_number(value, arg, 1, 1000000000);
+    else o.max_frames = parse_int(value, arg, 1, 1000000000);
   }
   if (inputs.size() > 1) usage_error("view: give one video (found " + std::to_string(inputs.size()) + ")");
   if (!inputs.empty()) {
@@ -194,23 +180,16 @@ int serve(const ViewOptions &o) {
 }  // namespace
 
 int view_main(int argc, const char *const *argv) {
-  av_log_set_level(AV_LOG_QUIET);
-  try {
+  return run_with_messages([&] {
     bool help = false;
     ViewOptions o = parse_view_options(argc, argv, help);
     if (help) {
       std::fputs(view_usage_text().c_str(), stdout);
-      return kExitOk;
+      return static_cast<int>(kExitOk);
     }
     vorn_init();
     return serve(o);
-  } catch (const ToolError &e) {
-    std::fprintf(stderr, "vorn: %s\n", e.what());
-    return e.code();
-  } catch (const std::exception &e) {
-    std::fprintf(stderr, "vorn: %s\n", e.what());
-    return kExitRuntime;
-  }
+  });
 }
 
 }  // namespace vt
