@@ -7,14 +7,23 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
+<<<<<<< HEAD
 .PHONY: all deps test test-release test-asan test-tsan soak demo view bench bench-micro install test-platforms fuzz fuzz-smoke \
 	mutants clean
+=======
+.PHONY: all deps test test-release test-asan test-python test-tsan soak demo bench bench-micro install test-platforms \
+	fuzz fuzz-smoke mutants clean
+>>>>>>> main
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
+<<<<<<< HEAD
 	@scripts/deps.sh test tools viewer
+=======
+	@scripts/deps.sh test tools python gst
+>>>>>>> main
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -25,10 +34,18 @@ build/asan/build.ninja: | deps
 test-release: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 	cd build/release && $(CTEST)
+	scripts/python-test.sh build/release
 
 test-asan: build/asan/build.ninja
 	cmake --build build/asan -j $(JOBS)
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 $(CTEST)
+	VORN_PY_ASAN=1 scripts/python-test.sh build/asan
+
+# The Python package alone (python/): built against build/release, installed into a throw-away virtual
+# environment, its pytest suite run.
+test-python: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target vornbase vorn
+	scripts/python-test.sh build/release
 
 # Distinct objects on four threads against one thread, with the library, the test and the scene under
 # ThreadSanitizer (only what the threads test needs is built).
@@ -77,11 +94,14 @@ bench-micro:
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 
-# The library, its headers, CMake package and pkg-config file under $(PREFIX) (DESTDIR is honoured).
+# The library, its headers, CMake package and pkg-config file, the plate reader's weights, and the `vorn` program
+# with its manual page and bash completion under $(PREFIX); the GStreamer plugin in the system's GStreamer plugin
+# folder (GST_PLUGIN_DIR picks another). DESTDIR is honoured.
+GST_PLUGIN_DIR ?= $(shell pkg-config --variable=pluginsdir gstreamer-1.0 2>/dev/null)
 install:
-	@scripts/deps.sh
+	@scripts/deps.sh tools gst
 	cmake -S . -B build/dist -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
-	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF
+	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=ON -DVORN_GST_PLUGIN_DIR=$(GST_PLUGIN_DIR)
 	cmake --build build/dist -j $(JOBS)
 	cmake --install build/dist
 

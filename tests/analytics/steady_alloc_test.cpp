@@ -124,10 +124,6 @@ TEST_F(SteadyAllocations, Tracker) {
   }
 }
 
-// The guard's steady frame still rebuilds its pyramids from the heap while objects are present; that work is
-// being replaced by a band-sparse guard, and this row turns into a plain check once it lands.
-constexpr bool kGuardPyramidKnownToAllocate = true;
-
 TEST_F(SteadyAllocations, Guard) {
   vorn_guard *g = nullptr;
   vorn_guard_params p = {kW, kH, VORN_FORMAT_YUV, 2};
@@ -140,9 +136,6 @@ TEST_F(SteadyAllocations, Guard) {
   });
   vorn_guard_destroy(g);
   EXPECT_GT(crossings, 0u) << "the walkers must cross the guard line";
-  if (kGuardPyramidKnownToAllocate && n > 0)
-    GTEST_SKIP() << "KNOWN FAILURE: the guard allocated " << n << " blocks over " << kFrames - 1
-                 << " steady frames (its per-frame pyramid rebuild, replaced by the band-sparse guard)";
   EXPECT_EQ(n, 0u);
 }
 

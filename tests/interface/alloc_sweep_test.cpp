@@ -61,6 +61,7 @@ bool normal(vorn_result r) {
 // until frame `at` runs without the failure firing. Returns the number of allocation points of frame `at`.
 int sweep_frame(const Stream &s, int at, const std::string &what) {
   vorn_init();
+  frame_bytes(at + 1);  // the frames are made (with the library's own images) before any failure is armed
   const int64_t live = vorn::live_blocks();
   for (uint32_t k = 1; k < 1000; ++k) {
     void *o = s.make();
@@ -231,9 +232,9 @@ TEST(AllocSweep, GuardFrames) {
   };
   s.step = [](void *g, int i) { return vorn_guard_put_image(static_cast<vorn_guard *>(g), frame(i), VORN_FRAME_BMP24); };
   s.destroy = [](void *g) { vorn_guard_destroy(static_cast<vorn_guard *>(g)); };
-  int points = 0;
-  for (int at = 2; at < 12; ++at) points += sweep_frame(s, at, "guard");
-  EXPECT_GT(points, 10);
+  // Steady frames allocate nothing (the corner search and the pyramids keep their buffers); the points the first
+  // frames have must be answered and survived.
+  for (int at = 0; at < 12; ++at) sweep_frame(s, at, "guard");
 }
 
 TEST(AllocSweep, TrackerFrames) {
@@ -247,9 +248,9 @@ TEST(AllocSweep, TrackerFrames) {
     return vorn_tracker_process(static_cast<vorn_tracker *>(t), frame(i), VORN_FRAME_BMP24);
   };
   s.destroy = [](void *t) { vorn_tracker_destroy(static_cast<vorn_tracker *>(t)); };
-  int points = 0;
-  for (int at = 2; at < 16; ++at) points += sweep_frame(s, at, "tracker");
-  EXPECT_GT(points, 1);
+  // The tracker makes its buffers at create, so its frames may have no allocation point left; whatever points the
+  // first frames have (the first one included) must be answered and survived.
+  for (int at = 0; at < 16; ++at) sweep_frame(s, at, "tracker");
 }
 
 TEST(AllocSweep, CounterAndDetectorFrames) {
