@@ -7,23 +7,14 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-<<<<<<< HEAD
-.PHONY: all deps test test-release test-asan test-tsan soak demo view bench bench-micro install test-platforms fuzz fuzz-smoke \
-	mutants clean
-=======
-.PHONY: all deps test test-release test-asan test-python test-tsan soak demo bench bench-micro install test-platforms \
+.PHONY: all deps test test-release test-asan test-python test-tsan soak demo view bench bench-micro install test-platforms \
 	fuzz fuzz-smoke mutants clean
->>>>>>> main
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-<<<<<<< HEAD
-	@scripts/deps.sh test tools viewer
-=======
-	@scripts/deps.sh test tools python gst
->>>>>>> main
+	@scripts/deps.sh test tools python gst viewer
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release

@@ -65,17 +65,6 @@ std::string fmt_number(double v) {
   return b;
 }
 
-<<<<<<< HEAD
-=======
-int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
-  char *end = nullptr;
-  errno = 0;
-  long n = std::strtol(v.c_str(), &end, 10);
-  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
-    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
-  return static_cast<int>(n);
-}
-
 // A positive decimal number in [lo, hi] (seconds, frame rates).
 double parse_seconds(const std::string &v, const std::string &opt, double lo, double hi) {
   char *end = nullptr;
@@ -86,7 +75,6 @@ double parse_seconds(const std::string &v, const std::string &opt, double lo, do
   return d;
 }
 
->>>>>>> main
 bool known_command(const std::string &c) {
   return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
 }
@@ -101,7 +89,6 @@ bool some_analytic_takes(const std::string &option) {
 
 }  // namespace
 
-<<<<<<< HEAD
 int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   char *end = nullptr;
   errno = 0;
@@ -109,7 +96,8 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
     usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
   return static_cast<int>(n);
-=======
+}
+
 std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
   std::vector<AnalyticOption> out;
   for (const SettingSpec &s : a.settings) {
@@ -127,7 +115,6 @@ std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
                    "learn_frames); may repeat"});
   }
   return out;
->>>>>>> main
 }
 
 const std::vector<GeneralOption> &general_options() {
