@@ -604,25 +604,4 @@ int tool_main(int argc, const char *const *argv) {
   });
 }
 
-int tool_main(int argc, const char *const *argv) {
-  return run_with_messages([&] {
-    RunPlan plan = parse_command_line(argc, argv);
-    if (plan.command == "help") {
-      std::fputs(command_usage(plan.help_topic).c_str(), stdout);
-      return static_cast<int>(kExitOk);
-    }
-    if (plan.command == "version") {
-      // The program's version is the one it was built with; the library's is that of the one loaded.
-      const uint32_t v = vorn_get_version();
-      std::printf("vorn %s (library %u.%u.%u, FFmpeg libavformat %s)\n", VORN_VERSION_STRING, unsigned(v >> 16),
-                  unsigned((v >> 8) & 0xFF), unsigned(v & 0xFF), AV_STRINGIFY(LIBAVFORMAT_VERSION));
-      return static_cast<int>(kExitOk);
-    }
-    if (plan.command == "scene") return write_scene(plan);
-    if (plan.command == "info") return describe_inputs(plan);
-    vorn_init();
-    return run_plan(std::move(plan));
-  });
-}
-
 }  // namespace vt
