@@ -7,14 +7,14 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan test-python test-tsan soak demo bench bench-micro install test-platforms \
+.PHONY: all deps test test-release test-asan test-python test-tsan soak demo view bench bench-micro install test-platforms \
 	fuzz fuzz-smoke mutants clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-	@scripts/deps.sh test tools python gst
+	@scripts/deps.sh test tools python gst viewer
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -60,6 +60,11 @@ soak: build/release/build.ninja
 demo: build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target vorn
 	build/release/tools/vorn demo --out out
+
+# The demo's outputs in a browser (after `make demo`): prints the address to open; Ctrl-C stops it.
+view: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target vorn
+	build/release/tools/vorn view
 
 # Every operation and pipeline beside OpenCV on the street clip at 768x576 and 1080p: docs/performance.md and its
 # chart docs/performance.svg (about 5 minutes on 2 cores). `make bench-micro` runs the per-family Google

@@ -1,11 +1,12 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|python|gst|platforms|fuzz|wine32]...
+# Usage: scripts/deps.sh [test|bench|tools|python|gst|viewer|platforms|fuzz|wine32]...
 #
 # Package lists are refreshed for the native architecture only, so a foreign architecture (i386, added by the
 # wine32 set alone) whose indexes the mirror fails to serve never stops the other sets; a failed refresh is
 # reported and the install goes on from the lists at hand. apt waits for other users of its lock.
 set -eu
+npm_dirs=""
 pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 wine32=""
 for what in "$@"; do
@@ -17,8 +18,15 @@ for what in "$@"; do
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;
     # The program: FFmpeg (with its capture devices), JSON, MQTT; the broker, its clients and a JSON Schema
     # validator for the program's tests.
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libavdevice-dev nlohmann-json3-dev \
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libavdevice-dev nlohmann-json3-dev libcpp-httplib-dev \
            libmosquitto-dev mosquitto mosquitto-clients python3-jsonschema" ;;
+    # The viewer's browser test: chromium driven by playwright-core (installed from npm into tests/viewer). Node
+    # from another source than Debian, with its own npm, is kept.
+    viewer)
+      pkgs="$pkgs chromium"
+      command -v node >/dev/null 2>&1 || pkgs="$pkgs nodejs"
+      command -v npm >/dev/null 2>&1 || pkgs="$pkgs npm"
+      npm_dirs="tests/viewer" ;;
     # The Python package: pybind11, the interpreter's headers, venv and pip, and what its tests and example use
     # (numpy, pytest, OpenCV's Python module, the sample clip of opencv-doc).
     python) pkgs="$pkgs python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev"
@@ -82,4 +90,14 @@ if [ -n "$missing" ]; then
     echo "deps.sh: the package lists could not all be refreshed; installing from the lists at hand" >&2
   $APT install -y -qq --no-install-recommends $missing
 fi
+# npm packages, exactly as their package-lock.json says, when missing or older than the lock file.
+root="$(cd "$(dirname "$0")/.." && pwd)"
+for d in $npm_dirs; do
+  lock="$root/$d/package-lock.json"
+  stamp="$root/$d/node_modules/.package-lock.json"
+  if [ ! -f "$stamp" ] || [ "$lock" -nt "$stamp" ]; then
+    echo "deps.sh: npm ci in $d"
+    (cd "$root/$d" && npm ci --no-audit --no-fund --loglevel=error)
+  fi
+done
 [ -z "$wine32" ] || install_wine32

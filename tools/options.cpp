@@ -65,15 +65,6 @@ std::string fmt_number(double v) {
   return b;
 }
 
-int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
-  char *end = nullptr;
-  errno = 0;
-  long n = std::strtol(v.c_str(), &end, 10);
-  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
-    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
-  return static_cast<int>(n);
-}
-
 // A positive decimal number in [lo, hi] (seconds, frame rates).
 double parse_seconds(const std::string &v, const std::string &opt, double lo, double hi) {
   char *end = nullptr;
@@ -98,6 +89,15 @@ bool some_analytic_takes(const std::string &option) {
 }
 
 }  // namespace
+
+int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
+  char *end = nullptr;
+  errno = 0;
+  long n = std::strtol(v.c_str(), &end, 10);
+  if (v.empty() || *end != '\0' || errno == ERANGE || n < lo || n > hi)
+    usage_error(opt + ": '" + v + "' is not a whole number in " + std::to_string(lo) + ".." + std::to_string(hi));
+  return static_cast<int>(n);
+}
 
 std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
   std::vector<AnalyticOption> out;
@@ -168,6 +168,9 @@ std::vector<CommandInfo> command_list() {
                  "crossings and passes; misses, false boxes, identity switches and MOTA of tracks"});
   out.push_back({"scene", "OUT",
                  "writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)"});
+  out.push_back({"view", "[VIDEO]",
+                 "the video, its trajectories and events in a web browser; with no VIDEO, the demo's outputs "
+                 "(vorn view --help tells more)"});
   out.push_back({"help", "[COMMAND]", "this text, or one command's"});
   return out;
 }

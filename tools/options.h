@@ -73,6 +73,9 @@ std::vector<CommandInfo> command_list();
 
 // The whole usage (vorn help) and one command's (vorn COMMAND --help).
 std::string usage_text();
+
+// The whole number `value` of `option`, in lo..hi; throws a usage error naming the option.
+int parse_int(const std::string &value, const std::string &option, long lo, long hi);
 std::string command_usage(const std::string &command);
 
 }  // namespace vt

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -307,7 +308,10 @@ int run_plan(RunPlan plan) {
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
     for (const AnalyticSpec *a : analytic_registry()) {
-      plan.analytics.push_back(settings_of(a->kind));
+      AnalyticSettings s = settings_of(a->kind);
+      // The viewer (`vorn view`) shows the demo's trajectories from this file.
+      if (std::string(a->kind) == "trajectories") s.set_text("save", d + "trajectories.vbct");
+      plan.analytics.push_back(s);
       if (a->writes_masks && plan.masks_path.empty()) plan.masks_path = d + "masks.mp4";
     }
   }
@@ -470,7 +474,10 @@ int run_plan(RunPlan plan) {
     if (!truth->plate.empty()) text += ", a parked car with the plate " + truth->plate;
     text += "\n";
   }
-  if (demo) text += "outputs in " + plan.out_dir + "/\n";
+  if (demo) {
+    text += "outputs in " + plan.out_dir + "/\n";
+    if (plan.out_dir == "out") text += "to see them in a browser: vorn view (make view)\n";
+  }
   std::fputs(text.c_str(), out);
   std::fflush(out);
   return status;
@@ -559,31 +566,12 @@ int describe_inputs(const RunPlan &plan) {
   return kExitOk;
 }
 
-int tool_main(int argc, const char *const *argv) {
+int run_with_messages(const std::function<int()> &body) {
   // FFmpeg's messages are not shown as they come: its errors count against the input being read, and reach the
   // user in that input's report.
   route_ffmpeg_messages();
   try {
-    RunPlan plan = parse_command_line(argc, argv);
-    if (plan.command == "help") {
-      const std::string &topic = plan.help_topic;
-      std::fputs((topic == "--man" ? man_page() : topic == "--bash-completion" ? bash_completion()
-                                                                                : command_usage(topic)).c_str(),
-                 stdout);
-      return kExitOk;
-    }
-    if (plan.command == "version") {
-      // The program's version is the one it was built with; the library's is that of the one loaded.
-      const uint32_t v = vorn_get_version();
-      std::printf("vorn %s (library %u.%u.%u, FFmpeg libavformat %s)\n", VORN_VERSION_STRING, unsigned(v >> 16),
-                  unsigned((v >> 8) & 0xFF), unsigned(v & 0xFF), AV_STRINGIFY(LIBAVFORMAT_VERSION));
-      return kExitOk;
-    }
-    if (plan.command == "scene") return write_scene(plan);
-    if (plan.command == "info") return describe_inputs(plan);
-    if (plan.command == "eval") return eval_files(plan.inputs[0], plan.inputs[1]);
-    vorn_init();
-    return run_plan(std::move(plan));
+    return body();
   } catch (const ToolError &e) {
     std::fprintf(stderr, "vorn: %s\n", e.what());
     return e.code();
@@ -591,6 +579,31 @@ int tool_main(int argc, const char *const *argv) {
     std::fprintf(stderr, "vorn: %s\n", e.what());
     return kExitRuntime;
   }
+}
+
+int tool_main(int argc, const char *const *argv) {
+  return run_with_messages([&] {
+    RunPlan plan = parse_command_line(argc, argv);
+    if (plan.command == "help") {
+      const std::string &topic = plan.help_topic;
+      std::fputs((topic == "--man" ? man_page() : topic == "--bash-completion" ? bash_completion()
+                                                                                : command_usage(topic)).c_str(),
+                 stdout);
+      return static_cast<int>(kExitOk);
+    }
+    if (plan.command == "version") {
+      // The program's version is the one it was built with; the library's is that of the one loaded.
+      const uint32_t v = vorn_get_version();
+      std::printf("vorn %s (library %u.%u.%u, FFmpeg libavformat %s)\n", VORN_VERSION_STRING, unsigned(v >> 16),
+                  unsigned((v >> 8) & 0xFF), unsigned(v & 0xFF), AV_STRINGIFY(LIBAVFORMAT_VERSION));
+      return static_cast<int>(kExitOk);
+    }
+    if (plan.command == "scene") return write_scene(plan);
+    if (plan.command == "info") return describe_inputs(plan);
+    if (plan.command == "eval") return eval_files(plan.inputs[0], plan.inputs[1]);
+    vorn_init();
+    return run_plan(std::move(plan));
+  });
 }
 
 }  // namespace vt

@@ -3,6 +3,7 @@
 #ifndef VORN_TOOLS_RUNNER_H
 #define VORN_TOOLS_RUNNER_H
 
+#include <functional>
 #include <string>
 
 #include "draw.h"
@@ -13,6 +14,10 @@ namespace vt {
 // The whole program behind main(): parses, runs, and turns errors into one message on standard error and an
 // exit status.
 int tool_main(int argc, const char *const *argv);
+
+// Runs `body` with FFmpeg's logging off; a failure becomes one message "vorn: ..." on standard error and the exit
+// status that goes with it.
+int run_with_messages(const std::function<int()> &body);
 
 // Runs the analytics of a parsed plan (commands guard ... bgsub, run, demo); returns the exit status.
 int run_plan(RunPlan plan);
