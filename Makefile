@@ -7,14 +7,14 @@ CTEST = ctest --output-on-failure -j $(JOBS) --timeout 600
 
 PREFIX ?= /usr/local
 
-.PHONY: all deps test test-release test-asan test-tsan soak demo bench install test-platforms fuzz fuzz-smoke mutants \
-	clean
+.PHONY: all deps test test-release test-asan test-python test-tsan soak demo bench bench-micro install test-platforms \
+	fuzz fuzz-smoke mutants clean
 
 all: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 
 deps:
-	@scripts/deps.sh test tools
+	@scripts/deps.sh test tools python gst
 
 build/release/build.ninja: | deps
 	cmake -S . -B build/release $(CMAKE_COMMON) -DCMAKE_BUILD_TYPE=Release
@@ -25,10 +25,18 @@ build/asan/build.ninja: | deps
 test-release: build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 	cd build/release && $(CTEST)
+	scripts/python-test.sh build/release
 
 test-asan: build/asan/build.ninja
 	cmake --build build/asan -j $(JOBS)
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 $(CTEST)
+	VORN_PY_ASAN=1 scripts/python-test.sh build/asan
+
+# The Python package alone (python/): built against build/release, installed into a throw-away virtual
+# environment, its pytest suite run.
+test-python: build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target vornbase vorn
+	scripts/python-test.sh build/release
 
 # Distinct objects on four threads against one thread, with the library, the test and the scene under
 # ThreadSanitizer (only what the threads test needs is built).
@@ -53,17 +61,33 @@ demo: build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target vorn
 	build/release/tools/vorn demo --out out
 
+# Every operation and pipeline beside OpenCV on the street clip at 768x576 and 1080p: docs/performance.md and its
+# chart docs/performance.svg (about 5 minutes on 2 cores). `make bench-micro` runs the per-family Google
+# Benchmark programs instead. The chart is drawn by Debian's python3-matplotlib, hence the system interpreter.
+BENCH_CMAKE = cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON \
+  -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF -DVORN_FAULT_INJECTION=OFF
 bench:
 	@scripts/deps.sh bench
-	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DVORN_BUILD_BENCH=ON -DVORN_BUILD_TESTS=OFF
+	$(BENCH_CMAKE)
+	cmake --build build/bench -j $(JOBS) --target vorn_perf_report
+	build/bench/bench/vorn_perf_report --md docs/performance.md --csv build/bench/ratios.csv \
+	  --notes bench/report/notes.md
+	/usr/bin/python3 scripts/plot_bench.py build/bench/ratios.csv docs/performance.svg
+
+bench-micro:
+	@scripts/deps.sh bench
+	$(BENCH_CMAKE)
 	cmake --build build/bench -j $(JOBS)
 	@for b in build/bench/bench/*_bench; do [ -x "$$b" ] && "$$b" || exit 1; done
 
-# The library, its headers, CMake package and pkg-config file under $(PREFIX) (DESTDIR is honoured).
+# The library, its headers, CMake package and pkg-config file, the plate reader's weights, and the `vorn` program
+# with its manual page and bash completion under $(PREFIX); the GStreamer plugin in the system's GStreamer plugin
+# folder (GST_PLUGIN_DIR picks another). DESTDIR is honoured.
+GST_PLUGIN_DIR ?= $(shell pkg-config --variable=pluginsdir gstreamer-1.0 2>/dev/null)
 install:
-	@scripts/deps.sh
+	@scripts/deps.sh tools gst
 	cmake -S . -B build/dist -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=$(PREFIX) \
-	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=OFF
+	  -DVORN_FAULT_INJECTION=OFF -DVORN_BUILD_TESTS=OFF -DVORN_BUILD_TOOLS=ON -DVORN_GST_PLUGIN_DIR=$(GST_PLUGIN_DIR)
 	cmake --build build/dist -j $(JOBS)
 	cmake --install build/dist
 

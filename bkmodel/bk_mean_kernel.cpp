@@ -12,9 +12,16 @@ inline int absdiff(int a, int b) { return a > b ? a - b : b - a; }
 // The accumulators hold convex mixes of byte values, so acc + 0.5 lies in 0.5 .. 255.5.
 inline uint8_t half_up(double acc) { return (uint8_t)(int32_t)(acc + 0.5); }
 
-bool use_avx2() { return (cpu_flags() & kCpuAvx2) != 0; }
+const BkMeanKernels kPlain = {nullptr, nullptr, nullptr};
+const BkMeanKernels kAvx2 = {mean_accumulate_avx2, meanex_update_avx2, baymean_update_avx2};
+const BkMeanKernels kAvx512 = {mean_accumulate_avx2, meanex_update_avx512, baymean_update_avx512};
 
 }  // namespace
+
+const BkMeanKernels &bk_mean_kernels() {
+  const uint32_t f = cpu_flags();
+  return (f & kCpuAvx512) ? kAvx512 : (f & kCpuAvx2) ? kAvx2 : kPlain;
+}
 
 void mean_accumulate_c(uint32_t *sums, size_t npix, const bk_pass_planes *p, size_t begin, size_t end) {
   uint32_t *count = sums + 3 * npix;
@@ -53,18 +60,21 @@ void baymean_update_c(double *acc, size_t npix, const bk_pass_planes *p, size_t 
 }
 
 void mean_accumulate(uint32_t *sums, size_t npix, const bk_pass_planes *p, size_t begin, size_t end) {
-  if (use_avx2()) begin += mean_accumulate_avx2(sums, npix, p, begin, end);
+  const BkMeanKernels &k = bk_mean_kernels();
+  if (k.mean_accumulate) begin += k.mean_accumulate(sums, npix, p, begin, end);
   mean_accumulate_c(sums, npix, p, begin, end);
 }
 
 void meanex_update(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end, double a,
                    double b, bool all) {
-  if (use_avx2()) begin += meanex_update_avx2(acc, npix, p, begin, end, a, b, all);
+  const BkMeanKernels &k = bk_mean_kernels();
+  if (k.meanex_update) begin += k.meanex_update(acc, npix, p, begin, end, a, b, all);
   meanex_update_c(acc, npix, p, begin, end, a, b, all);
 }
 
 void baymean_update(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end) {
-  if (use_avx2()) begin += baymean_update_avx2(acc, npix, p, begin, end);
+  const BkMeanKernels &k = bk_mean_kernels();
+  if (k.baymean_update) begin += k.baymean_update(acc, npix, p, begin, end);
   baymean_update_c(acc, npix, p, begin, end);
 }
 

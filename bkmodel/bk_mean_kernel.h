@@ -1,6 +1,6 @@
 // Per-pixel passes of the running-mean models, independent of the model record. Each pass covers pixels
-// [begin, end) of planes of one size; the dispatched entry points pick the fastest kernel this CPU has, whose
-// output equals the plain one's.
+// [begin, end) of planes of one size; the dispatched entry points run the vector kernel of this CPU's table on
+// the bulk and the plain rule on the rest, with output equal to the plain rule's.
 #ifndef VORN_BKMODEL_BK_MEAN_KERNEL_H
 #define VORN_BKMODEL_BK_MEAN_KERNEL_H
 
@@ -34,12 +34,26 @@ void meanex_update(double *acc, size_t npix, const bk_pass_planes *p, size_t beg
 void baymean_update_c(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
 void baymean_update(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
 
-// SIMD twins (bk_mean_kernel_avx2.cpp): same signatures, whole groups of pixels only; they return how many
-// pixels from `begin` they handled and leave the rest to the plain kernels.
+// The family's table: vector kernels with the plain ones' signatures that handle whole groups of pixels from
+// `begin` and return how many they did, leaving the rest to the plain rule. A null entry does none.
+struct BkMeanKernels {
+  size_t (*mean_accumulate)(uint32_t *sums, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
+  size_t (*meanex_update)(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end, double a,
+                          double b, bool all);
+  size_t (*baymean_update)(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
+};
+
+// The vector kernels of each instruction set (bk_mean_kernel_avx2.cpp, bk_mean_kernel_avx512.cpp).
 size_t mean_accumulate_avx2(uint32_t *sums, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
 size_t meanex_update_avx2(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end, double a, double b,
                           bool all);
 size_t baymean_update_avx2(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
+size_t meanex_update_avx512(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end, double a,
+                            double b, bool all);
+size_t baymean_update_avx512(double *acc, size_t npix, const bk_pass_planes *p, size_t begin, size_t end);
+
+// The table for this CPU (honours cpu_set_mask): AVX-512, else AVX2, else all null.
+const BkMeanKernels &bk_mean_kernels();
 
 }  // namespace vorn
 

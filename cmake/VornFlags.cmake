@@ -25,11 +25,13 @@ if(VORN_FUZZ)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Per-file instruction-set flags: a kernel file named *_sse41.cpp or *_avx2.cpp is compiled for that ISA only;
+# Per-file instruction-set flags: a kernel file named *_sse41.cpp, *_avx2.cpp or *_avx512.cpp is compiled for that ISA only;
 # everything else stays at the x86-64 baseline and the run-time dispatcher picks the kernel.
 function(vorn_set_isa_flags)
   foreach(src IN LISTS ARGN)
-    if(src MATCHES "_avx2\\.cpp$")
+    if(src MATCHES "_avx512\\.cpp$")
+      set_source_files_properties(${src} PROPERTIES COMPILE_OPTIONS "-mavx512f;-mavx512bw;-mavx512dq;-mavx512vl")
+    elseif(src MATCHES "_avx2\\.cpp$")
       set_source_files_properties(${src} PROPERTIES COMPILE_OPTIONS "-mavx2")
     elseif(src MATCHES "_sse41\\.cpp$")
       set_source_files_properties(${src} PROPERTIES COMPILE_OPTIONS "-msse4.1")

@@ -15,6 +15,9 @@ uint32_t detect() {
   if (__builtin_cpu_supports("ssse3")) f |= kCpuSsse3;
   if (__builtin_cpu_supports("sse4.1")) f |= kCpuSse41;
   if (__builtin_cpu_supports("avx2")) f |= kCpuAvx2;
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+      __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+    f |= kCpuAvx512;
 #endif
   return f;
 }

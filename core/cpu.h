@@ -12,6 +12,7 @@ enum CpuFlag : uint32_t {
   kCpuSsse3 = 1u << 1,
   kCpuSse41 = 1u << 2,
   kCpuAvx2 = 1u << 3,
+  kCpuAvx512 = 1u << 4,  // the F, BW, DQ and VL subsets together
 };
 
 // The features this CPU has, less those masked off with cpu_set_mask.

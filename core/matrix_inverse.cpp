@@ -36,15 +36,15 @@ extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
   if (!mat || (!mat->data && mat->rows > 0 && mat->cols > 0)) return VORN_E_NULL;
   if (mat->rows != mat->cols) return VORN_E_PARAM;
   const int32_t n = mat->rows > 0 ? mat->rows : 0;
-  // Filter-sized matrices keep their pivots on the stack, so a Kalman step never allocates.
-  constexpr int32_t kStackPivots = 16;
-  int32_t stack_pivots[2 * kStackPivots];
-  const bool on_stack = n <= kStackPivots;
-  int32_t *row_pivot = on_stack ? stack_pivots : block_new<int32_t>((size_t)n);
-  int32_t *col_pivot = on_stack ? stack_pivots + kStackPivots : row_pivot ? block_new<int32_t>((size_t)n) : nullptr;
-  if (!row_pivot || !col_pivot) {
-    block_release(row_pivot);
-    return VORN_E_NOMEM;
+  // Pivot records of matrices up to 16 x 16 (a filter's) stay on the stack; larger ones take blocks.
+  constexpr int32_t kStackOrder = 16;
+  int32_t stack_pivots[2 * kStackOrder];
+  int32_t *row_pivot = stack_pivots, *col_pivot = stack_pivots + kStackOrder;
+  int32_t *block = n > kStackOrder ? block_new<int32_t>((size_t)2 * n) : nullptr;
+  if (n > kStackOrder) {
+    if (!block) return VORN_E_NOMEM;
+    row_pivot = block;
+    col_pivot = block + n;
   }
   Square m{mat->data, n};
   vorn_result result = VORN_OK;
@@ -87,9 +87,6 @@ extern "C" VORN_API vorn_result vorn_matrix_inverse(vorn_matrix *mat) {
       if (row_pivot[k] != k) m.swap_cols(k, row_pivot[k]);
     }
   }
-  if (!on_stack) {
-    block_release(row_pivot);
-    block_release(col_pivot);
-  }
+  block_release(block);
   return result;
 }

@@ -68,9 +68,9 @@ VORN_API vorn_result vorn_obj_maker_clear_obj(vorn_obj_maker *maker, uint32_t in
  * clamped to the frame). Objects without an odd mask pixel are left as they were. VORN_OK, VORN_E_NULL. */
 VORN_API vorn_result vorn_obj_maker_adjust_rect(vorn_obj_maker *maker, const vorn_mono_image *mask);
 /* vorn_obj_maker_calculate_hist: adds each object's rectangle of frame plane 0 (where mask, optional, is
- * non-zero) to the object's 32-bin histogram, allocating it the first time. Bins are not cleared. An object
- * whose histogram cannot be allocated is skipped (its hist stays NULL) and the call still answers VORN_OK, as it
- * always has: a caller that needs every histogram checks the records. VORN_OK, VORN_E_NULL. */
+ * non-zero) to the object's 32-bin histogram, attaching the slot's histogram (made at create) the first time.
+ * Bins are not cleared.
+ * VORN_OK, VORN_E_NULL. */
 VORN_API vorn_result vorn_obj_maker_calculate_hist(vorn_obj_maker *maker, const vorn_image *frame,
                                                    const vorn_mono_image *mask);
 

@@ -52,7 +52,8 @@ VORN_API vorn_result vorn_opticalflow_lk(const vorn_mono_image *prev, const vorn
  *                              for the full-size views only; the coarsest level used is the last one both have
  *   prev_pts, cur_pts, status, count, win_half, max_iter   as for vorn_opticalflow_lk
  * Returns VORN_OK, VORN_E_NULL, VORN_E_PARAM (also a colour pyramid, or levels whose sizes do not halve the
- * views'), VORN_E_NOMEM. No per-point allocation; one window buffer per call. */
+ * views'), VORN_E_NOMEM. Windows up to 33 x 33 (win_half 16) allocate nothing; a larger one takes one
+ * buffer per call. */
 VORN_API vorn_result vorn_opticalflow_pyr_lk(const vorn_mono_image *prev, const vorn_mono_image *cur,
                                              vorn_pyramid *prev_pyramid, vorn_pyramid *cur_pyramid,
                                              const vorn_point2f *prev_pts, vorn_point2f *cur_pts, uint32_t *status,

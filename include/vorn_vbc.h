@@ -25,7 +25,7 @@
  * order. While recording, dropping a short trajectory moves the last one into its index.
  *
  * Memory: everything is allocated by vorn_vbc_create (and vorn_vbc_load when a file needs more room); processing
- * a frame allocates only the optical flow's window buffer. When the position store
+ * a frame allocates nothing. When the position store
  * or the trajectory table is full, trajectories that cannot grow end and no new points are seeded.
  *
  * One handle per video; a handle is used by one thread at a time.

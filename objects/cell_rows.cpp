@@ -16,11 +16,13 @@ uint32_t cell_row_c(const uint8_t *const rows[4], uint8_t *cells, uint32_t count
   return count;
 }
 
-cell_row_fn cell_row_kernel() {
+const CellRowKernels &cell_row_kernels() {
+  static const CellRowKernels plain = {nullptr};
 #if defined(__SSE2__) || defined(_M_X64)
-  if (cpu_flags() & kCpuSse2) return cell_row_sse2;
+  static const CellRowKernels sse2 = {cell_row_sse2};
+  if (cpu_flags() & kCpuSse2) return sse2;
 #endif
-  return cell_row_c;
+  return plain;
 }
 
 }  // namespace vorn

@@ -11,11 +11,16 @@ typedef uint32_t (*cell_row_fn)(const uint8_t *const rows[4], uint8_t *cells, ui
 
 // Scalar rule; returns count.
 uint32_t cell_row_c(const uint8_t *const rows[4], uint8_t *cells, uint32_t count);
-// SSE2 twin: handles count & ~15 cells and returns how many; the caller finishes with cell_row_c.
+// SSE2 twin: handles count & ~15 cells and returns how many.
 uint32_t cell_row_sse2(const uint8_t *const rows[4], uint8_t *cells, uint32_t count);
 
-// The kernel for this CPU (scalar when SSE2 is masked off).
-cell_row_fn cell_row_kernel();
+// The family's table: the vector kernel handles a prefix of the cells and returns how many (null: none); the
+// plain rule finishes the row.
+struct CellRowKernels {
+  cell_row_fn occupancy;
+};
+// The table for this CPU (honours cpu_set_mask).
+const CellRowKernels &cell_row_kernels();
 
 }  // namespace vorn
 

@@ -17,7 +17,6 @@ VORN_API vorn_result vorn_obj_maker_create(const vorn_obj_maker_params *params, 
     ok = vorn_contour_create(&size, &m->contour) == VORN_OK;
   } else {
     m->block_width = m->block_height = 4;
-    m->cell_row = vorn::cell_row_kernel();
     const uint32_t cw = params->width / 4, ch = params->height / 4;
     m->cell_image = vorn_mono_image_alloc(cw, ch);
     m->fg_image = m->cell_image ? vorn_mono_image_alloc(cw, ch) : nullptr;
@@ -26,7 +25,10 @@ VORN_API vorn_result vorn_obj_maker_create(const vorn_obj_maker_params *params, 
   }
   if (ok) {
     m->objs = vorn::block_new<vorn_obj>(params->max_objs);
-    ok = m->objs != nullptr;
+    m->max_objs = params->max_objs;
+    m->hist_pool = m->objs ? vorn::block_new<vorn_histogram *>(params->max_objs) : nullptr;
+    ok = m->hist_pool != nullptr;
+    for (uint32_t i = 0; ok && i < params->max_objs; ++i) ok = (m->hist_pool[i] = vorn_histogram_alloc(32)) != nullptr;
   }
   if (!ok) {
     vorn_obj_maker_destroy(m);
@@ -34,7 +36,6 @@ VORN_API vorn_result vorn_obj_maker_create(const vorn_obj_maker_params *params, 
   }
   m->width = params->width;
   m->height = params->height;
-  m->max_objs = params->max_objs;
   m->mode = params->mode;
   *out = m;
   return VORN_OK;
@@ -42,12 +43,10 @@ VORN_API vorn_result vorn_obj_maker_create(const vorn_obj_maker_params *params, 
 
 VORN_API vorn_result vorn_obj_maker_destroy(vorn_obj_maker *maker) {
   if (!maker) return VORN_E_NULL;
-  if (maker->objs) {
-    for (uint32_t i = 0; i < maker->max_objs; ++i) {
-      vorn_histogram_free(maker->objs[i].hist);
-      maker->objs[i].hist = nullptr;
-    }
-  }
+  // A record's histogram is its slot's pool entry.
+  if (maker->hist_pool)
+    for (uint32_t i = 0; i < maker->max_objs; ++i) vorn_histogram_free(maker->hist_pool[i]);
+  vorn::block_release(maker->hist_pool);
   vorn_mono_image_free(maker->cell_image);
   vorn_mono_image_free(maker->fg_image);
   vorn::block_release(maker->point_buffer);

@@ -15,13 +15,14 @@ inline uint64_t load64(const uint8_t *p) {
 }
 
 // Occupied cells: more than 12 of the 16 pixels non-zero.
-void occupancy(const vorn_mono_image *mask, uint32_t cw, uint32_t ch, uint8_t *cells, vorn::cell_row_fn row_fn) {
+void occupancy(const vorn_mono_image *mask, uint32_t cw, uint32_t ch, uint8_t *cells) {
+  const vorn::cell_row_fn vec = vorn::cell_row_kernels().occupancy;
   const uint32_t w = mask->width;
   for (uint32_t cy = 0; cy < ch; ++cy) {
     const uint8_t *rows[kCell];
     for (uint32_t r = 0; r < kCell; ++r) rows[r] = mask->data + (size_t)(cy * kCell + r) * w;
     uint8_t *out = cells + (size_t)cy * cw;
-    const uint32_t done = row_fn(rows, out, cw);
+    const uint32_t done = vec ? vec(rows, out, cw) : 0;
     if (done < cw) {
       const uint8_t *rest[kCell];
       for (uint32_t r = 0; r < kCell; ++r) rest[r] = rows[r] + kCell * done;
@@ -61,7 +62,7 @@ vorn_result obj_maker_extract_blocks(vorn_obj_maker *m, const vorn_mono_image *m
   if (cw == 0 || ch == 0) return VORN_E_PARAM;
   if (!mask->data) return VORN_E_NULL;
   uint8_t *cells = m->cell_image->data;
-  occupancy(mask, (uint32_t)cw, (uint32_t)ch, cells, m->cell_row);
+  occupancy(mask, (uint32_t)cw, (uint32_t)ch, cells);
   m->obj_count = 0;
   m->points_used = 0;
   if (ch <= 4 || m->max_objs == 0) return VORN_OK;

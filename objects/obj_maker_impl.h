@@ -22,7 +22,7 @@ struct vorn_obj_maker {
   uint32_t block_height;
   uint32_t points_used;
   vorn_contour *contour;  // contour mode
-  vorn::cell_row_fn cell_row;  // occupancy kernel, chosen at create
+  vorn_histogram **hist_pool;  // one 32-bin histogram per record slot, made at create, handed out on first use
 };
 
 namespace vorn {

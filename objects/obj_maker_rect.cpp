@@ -65,7 +65,7 @@ VORN_API vorn_result vorn_obj_maker_calculate_hist(vorn_obj_maker *maker, const 
   const vorn_mono_image plane{frame->width, frame->height, frame->plane[0]};
   for (uint32_t i = 0; i < maker->obj_count; ++i) {
     vorn_obj &o = maker->objs[i];
-    if (!o.hist) o.hist = vorn_histogram_alloc(32);
+    if (!o.hist) o.hist = maker->hist_pool[i];
     if (!o.hist) continue;
     const vorn_rect r{o.left, o.top, o.right, o.bottom};
     vorn_histogram_caculate(&plane, o.hist, &r, mask);

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages the build needs, only those missing.
-# Usage: scripts/deps.sh [test|bench|tools|platforms|fuzz|wine32]...
+# Usage: scripts/deps.sh [test|bench|tools|python|gst|platforms|fuzz|wine32]...
 #
 # Package lists are refreshed for the native architecture only, so a foreign architecture (i386, added by the
 # wine32 set alone) whose indexes the mirror fails to serve never stops the other sets; a failed refresh is
@@ -11,8 +11,21 @@ wine32=""
 for what in "$@"; do
   case "$what" in
     test) ;;
-    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev" ;;
-    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev nlohmann-json3-dev" ;;
+    # OpenCV is the measuring stick; opencv-doc holds the street clip (examples/data/vtest.avi); matplotlib
+    # draws the report's chart.
+    bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;
+    # The program: FFmpeg (with its capture devices), JSON, MQTT; the broker, its clients and a JSON Schema
+    # validator for the program's tests.
+    tools) pkgs="$pkgs libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libavdevice-dev nlohmann-json3-dev \
+           libmosquitto-dev mosquitto mosquitto-clients python3-jsonschema" ;;
+    # The Python package: pybind11, the interpreter's headers, venv and pip, and what its tests and example use
+    # (numpy, pytest, OpenCV's Python module, the sample clip of opencv-doc).
+    python) pkgs="$pkgs python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev"
+            pkgs="$pkgs python3-pybind11 python3-numpy python3-pytest python3-opencv opencv-doc" ;;
+    # The GStreamer plugin: headers and gstcheck, the RTSP server library of its tests, gst-launch-1.0 and
+    # gst-inspect-1.0, and the elements its tests and examples run (JPEG over RTP, decoders for the street clip).
+    gst) pkgs="$pkgs libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstrtspserver-1.0-dev gstreamer1.0-tools
+               gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav opencv-doc" ;;
     # Windows DLLs (32- and 64-bit MinGW-w64, tests under wine64) and 32-bit Linux (-m32, tests under
     # qemu-i386); GoogleTest is rebuilt for each from Debian's source package.
     platforms) pkgs="$pkgs g++-mingw-w64-i686 g++-mingw-w64-x86-64 wine64 gcc-multilib g++-multilib qemu-user googletest" ;;

@@ -105,12 +105,14 @@ def symbols(obj, which):
     return {line.split()[0] for line in out.splitlines() if line.strip()}
 
 
-def check_links(obj_dir, floors, faults):
+def check_links(root, obj_dir, floors, faults):
     objects = []  # (folder, path)
     for folder in floors:
         d = os.path.join(obj_dir, folder)
         for dirpath, _, names in os.walk(d):
-            objects += [(folder, os.path.join(dirpath, n)) for n in sorted(names) if n.endswith(".o")]
+            # An object whose source is gone (left in the build folder by a rename) is not part of the library.
+            objects += [(folder, os.path.join(dirpath, n)) for n in sorted(names) if n.endswith(".o")
+                        and os.path.exists(os.path.join(root, os.path.relpath(os.path.join(dirpath, n[:-2]), obj_dir)))]
     if not objects:
         faults.append(f"{obj_dir}: no object files found")
         return
@@ -138,7 +140,7 @@ def main():
     faults = []
     check_includes(root, floors, clients, faults)
     if len(sys.argv) == 3:
-        check_links(sys.argv[2], floors, faults)
+        check_links(root, sys.argv[2], floors, faults)
     for f in faults:
         print(f)
     print(f"check_floors: {len(faults)} dependencies point up a floor" if faults else

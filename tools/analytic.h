@@ -20,8 +20,10 @@ struct SceneTruth;
 
 struct Event {
   int stream = 0;
+  std::string stream_name;  // the input as given, or the configuration's name for it
   int64_t frame = 0;
-  double time = 0.0;
+  double time = 0.0;        // seconds of stream time
+  std::string wall_time;    // live sources: when the frame arrived, ISO 8601 with the UTC offset ("" otherwise)
   std::string analytic;  // the settings's name
   std::string kind;      // e.g. "cross", "trigger", "pass", "left", "track_start", "track_end"
   std::vector<int> ids;
@@ -29,6 +31,7 @@ struct Event {
   std::vector<std::pair<std::string, int64_t>> counts;
   std::string text;                                   // what was read (plate); left out of the JSON when empty
   std::vector<std::pair<std::string, double>> values;  // measures such as a confidence; left out when empty
+  std::string snapshot;  // the picture written for this event (--event-snapshots), "" when none
 };
 
 // One line of the summary table.

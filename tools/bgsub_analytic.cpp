@@ -74,6 +74,11 @@ class BgsubAnalytic : public Analytic {
     }
   }
 
+  // A motion segment still open at the end (or when the run is interrupted) ends with the stream.
+  void finish(std::vector<Event> &events) override {
+    if (moving_) end_motion(events);
+  }
+
   void draw(Canvas &c) const override {
     c.tint_mask(model_.mask(), width_, height_, colors::kRed, 120);
     char text[96];

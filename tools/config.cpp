@@ -1,6 +1,7 @@
 // Configuration files: a JSON object with "analytics" (a list of analytics, each one object) and optionally
-// "inputs" (a list of files). Example:
-//   {"inputs": ["street.mp4"],
+// "inputs" (a list of inputs: a file, URL or device, or {"input": ..., "name": ...} to name the stream in events).
+// Example:
+//   {"inputs": ["street.mp4", {"input": "rtsp://10.0.0.7/live", "name": "door"}],
 //    "analytics": [{"kind": "guard", "line": [60,300,360,300], "direction": [210,260,210,340], "half_width": 40},
 //                  {"kind": "count", "area0": [[500,140],[620,140],[620,250]], "area1": [500,350,620,350,560,460]},
 //                  {"kind": "trajectories", "save": "street.vbct", "min_length": 15}]}
@@ -140,13 +141,26 @@ void load_config_text(const std::string &text, const std::string &origin, RunPla
   Reader r(origin);
   if (doc.type != Json::kObject) r.fail(doc, "the configuration must be a JSON object");
   const Json *analytics = nullptr;
-  std::vector<std::string> inputs;
+  std::vector<std::string> inputs, names;
   for (const auto &f : doc.fields) {
     if (f.first == "analytics") {
       analytics = &f.second;
     } else if (f.first == "inputs") {
-      if (f.second.type != Json::kArray) r.fail(f.second, "\"inputs\" must be an array of file names");
-      for (const Json &i : f.second.items) inputs.push_back(r.string(i, "each input"));
+      if (f.second.type != Json::kArray) r.fail(f.second, "\"inputs\" must be an array of inputs");
+      for (const Json &i : f.second.items) {
+        if (i.type != Json::kObject) {
+          inputs.push_back(r.string(i, "each input"));
+          names.emplace_back();
+          continue;
+        }
+        const Json *input = i.find("input"), *name = i.find("name");
+        if (!input) r.fail(i, "an input object needs \"input\" (a file, URL or device)");
+        for (const auto &g : i.fields)
+          if (g.first != "input" && g.first != "name")
+            r.fail(g.second, "unknown field \"" + g.first + "\" in an input (expected \"input\" and \"name\")");
+        inputs.push_back(r.string(*input, "input"));
+        names.push_back(name ? r.string(*name, "name") : std::string());
+      }
     } else {
       r.fail(f.second, "unknown field \"" + f.first + "\" (expected \"analytics\" and \"inputs\")");
     }
@@ -163,7 +177,10 @@ void load_config_text(const std::string &text, const std::string &origin, RunPla
   for (size_t i = 0; i < settings_list.size(); ++i)
     if (same[i] > 1) settings_list[i].name += "#" + std::to_string(i);
   plan.analytics.insert(plan.analytics.end(), settings_list.begin(), settings_list.end());
-  if (plan.inputs.empty()) plan.inputs = inputs;
+  if (plan.inputs.empty()) {
+    plan.inputs = inputs;
+    plan.input_names = names;
+  }
 }
 
 void load_config(const std::string &path, RunPlan &plan) {

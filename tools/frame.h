@@ -12,6 +12,7 @@ struct Frame {
   int height = 0;
   int64_t index = 0;  // 0-based position in the stream
   double time = 0.0;  // seconds from the stream's start
+  double wall = 0.0;  // live sources: seconds since 1970 (UTC) when the frame arrived; 0 for files
   std::vector<uint8_t> bgr;
 
   void resize(int w, int h) {

@@ -17,6 +17,9 @@ class FrameSource {
   virtual bool next(Frame &frame) = 0;
   // Short name for messages and events.
   virtual std::string name() const = 0;
+  // What went wrong while reading, "" when the stream was read cleanly: decoding errors, or an end before the
+  // frames the input announced.
+  virtual std::string problem() const { return ""; }
 };
 
 }  // namespace vt

@@ -109,8 +109,9 @@ class LeftAnalytic : public Analytic {
   };
 
   void create(const uint8_t *first) {
+    const Polygon watched = *settings_.polygon("region");
     std::vector<vorn_point> region;
-    for (const Pt &p : *settings_.polygon("region")) region.push_back(vorn_point{p.x, p.y});
+    for (const Pt &p : watched) region.push_back(vorn_point{p.x, p.y});
     vorn_obld_params p{};
     p.width = static_cast<uint32_t>(width_);
     p.height = static_cast<uint32_t>(height_);

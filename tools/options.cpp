@@ -1,10 +1,12 @@
 #include "options.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 #include "analytic_registry.h"
 #include "error.h"
+#include "mqtt_publisher.h"
 
 namespace vt {
 
@@ -26,7 +28,8 @@ const char *const kIntro =
     "With no INPUT it runs on the built-in street scene and prints what it found against what the scene holds.\n";
 
 const char *const kExitStatus =
-    "exit status: 0 done, 1 an input or output failed, 2 bad command line or configuration.\n";
+    "exit status: 0 done, 1 an input or output failed (or ended early with decoding errors), 2 bad command line or\n"
+    "configuration.\n";
 
 // "  NAME  text" with the text starting at column `at`, wrapped at 112 columns under itself.
 std::string item(const std::string &name, const std::string &text, size_t at = 22) {
@@ -56,12 +59,10 @@ std::string option_with_value(const std::string &name, const std::string &value)
   return value.empty() ? name : name + " " + value;
 }
 
-// One setting's line in a command's help, with its default.
-std::string setting_help(const SettingSpec &s) {
-  std::string text = s.help;
-  if (s.type == SettingType::kInteger && s.def != 0) text += " (default " + std::to_string(s.def) + ")";
-  if (s.type == SettingType::kInteger) text += "; " + std::to_string(s.lo) + ".." + std::to_string(s.hi);
-  return item(option_with_value(s.option(), s.value), text);
+std::string fmt_number(double v) {
+  char b[32];
+  std::snprintf(b, sizeof b, "%g", v);
+  return b;
 }
 
 int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
@@ -73,22 +74,48 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   return static_cast<int>(n);
 }
 
+// A positive decimal number in [lo, hi] (seconds, frame rates).
+double parse_seconds(const std::string &v, const std::string &opt, double lo, double hi) {
+  char *end = nullptr;
+  errno = 0;
+  double d = std::strtod(v.c_str(), &end);
+  if (v.empty() || *end != '\0' || errno == ERANGE || !(d >= lo && d <= hi))
+    usage_error(opt + ": '" + v + "' is not a number in " + fmt_number(lo) + ".." + fmt_number(hi));
+  return d;
+}
+
 bool known_command(const std::string &c) {
   return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
 }
 
-// The analytic setting an option names for any kind ("" when none does), for telling an unknown option from one
-// that belongs to another command.
+// Whether some analytic takes `option`, for telling an unknown option from one that belongs to another command.
 bool some_analytic_takes(const std::string &option) {
-  for (const AnalyticSpec *a : analytic_registry()) {
-    if (a->background_model && (option == "--bk-type" || option == "--model" || option == "--param")) return true;
-    for (const SettingSpec &s : a->settings)
-      if (s.option() == option) return true;
-  }
+  for (const AnalyticSpec *a : analytic_registry())
+    for (const AnalyticOption &o : analytic_options(*a))
+      if (o.name == option) return true;
   return false;
 }
 
 }  // namespace
+
+std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
+  std::vector<AnalyticOption> out;
+  for (const SettingSpec &s : a.settings) {
+    std::string help = s.help;
+    if (s.type == SettingType::kInteger)
+      help += " (" + std::to_string(s.lo) + ".." + std::to_string(s.hi) +
+              (s.def ? ", default " + std::to_string(s.def) : std::string()) + ")";
+    out.push_back({s.option(), s.value, help});
+  }
+  if (a.background_model) {
+    out.push_back({"--bk-type", "TYPE", "background-model type (0..9, default 2: mixture of Gaussians)"});
+    out.push_back({"--model", "TYPE", "the same as --bk-type"});
+    out.push_back({"--param", "ID=VALUE",
+                   "background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate, window, "
+                   "learn_frames); may repeat"});
+  }
+  return out;
+}
 
 const std::vector<GeneralOption> &general_options() {
   static const std::vector<GeneralOption> options = {
@@ -106,6 +133,22 @@ const std::vector<GeneralOption> &general_options() {
       {"--codec", "NAME", "video encoder for written videos (default libx264 when present, else mpeg4)",
        any_command},
       {"--quiet", "", "no progress bar and no summary table", any_command},
+      {"--mqtt", "mqtt://HOST[:PORT]/TOPIC",
+       "also publish every event to an MQTT broker (QoS 1) under TOPIC/STREAM/ANALYTIC", analysing},
+      {"--mqtt-queue", "N", "events kept while the broker is away; the oldest are dropped beyond (default 10000)",
+       analysing},
+      {"--mqtt-linger", "S", "at the end, how long to wait for the broker to take the queued events (default 10)",
+       analysing},
+      {"--event-snapshots", "DIR", "a PNG of the frame with the overlay for every event, its path in the event",
+       analysing},
+      {"--fps", "RATE", "frame rate of an image-sequence input (default 25)", any_command},
+      {"--stall-timeout", "S", "a live input silent this long counts as lost (default 10)", any_command},
+      {"--reconnect", "always|never|N", "reopen a lost network stream or camera: always (default), never, N attempts",
+       analysing},
+      {"--reconnect-delay", "S", "wait before the first reopening, doubled after each failure (default 1)", analysing},
+      {"--reconnect-max", "S", "longest wait between reopenings (default 30)", analysing},
+      {"--tolerate-errors", "", "an input that ends early or with decoding errors is reported but does not fail the run",
+       analysing},
       {"--help", "", "this command's usage", any_command},
   };
   return options;
@@ -133,8 +176,8 @@ std::string usage_text() {
   t += "\nanalytic settings (vorn COMMAND --help tells more):\n";
   for (const AnalyticSpec *a : analytic_registry()) {
     std::string line;
-    for (const SettingSpec &s : a->settings) line += (line.empty() ? "" : " ") + option_with_value(s.option(), s.value);
-    if (a->background_model) line += std::string(line.empty() ? "" : " ") + "--bk-type TYPE --param ID=VALUE";
+    for (const AnalyticOption &o : analytic_options(*a))
+      if (o.name != "--model") line += (line.empty() ? "" : " ") + option_with_value(o.name, o.value);
     if (line.empty()) line = "(none)";
     t += item(a->kind, line, 16);
   }
@@ -158,14 +201,9 @@ std::string command_usage(const std::string &command) {
   t += summary + "\n";
   if (const AnalyticSpec *a = find_analytic(command)) {
     t += "\nsettings (the built-in scene's layout fills the geometry left out):\n";
-    for (const SettingSpec &s : a->settings) t += setting_help(s);
-    if (a->background_model) {
-      t += item("--bk-type TYPE", "background-model type (default 2, mixture of Gaussians; 0..9); --model too");
-      t += item("--param ID=VALUE",
-                "background-model parameter (ID 0..31 or sensitivity, scene_cut, shadow, erode, dilate, window, "
-                "learn_frames); may repeat");
-    }
-    if (a->settings.empty() && !a->background_model) t += "  (none)\n";
+    const std::vector<AnalyticOption> options = analytic_options(*a);
+    for (const AnalyticOption &o : options) t += item(option_with_value(o.name, o.value), o.help);
+    if (options.empty()) t += "  (none)\n";
   }
   t += "\noptions:\n";
   for (const GeneralOption &o : general_options())
@@ -187,6 +225,8 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   if (!known_command(plan.command)) usage_error("unknown command '" + plan.command + "' (try: vorn help)");
   if (plan.command == "help") {
     if (argc > 2) plan.help_topic = argv[2];
+    // The manual page and the completion script, written from the same tables as the help.
+    if (plan.help_topic == "--man" || plan.help_topic == "--bash-completion") return plan;
     if (!plan.help_topic.empty() && !known_command(plan.help_topic))
       usage_error("unknown command '" + plan.help_topic + "' (try: vorn help)");
     return plan;
@@ -253,6 +293,20 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
       else if (name == "--codec") plan.video_codec = value;
       else if (name == "--jobs") plan.jobs = parse_int(value, name, 1, 64);
       else if (name == "--quiet") plan.quiet = true;
+      else if (name == "--tolerate-errors") plan.tolerate_errors = true;
+      else if (name == "--mqtt") {
+        parse_mqtt_url(value, name);  // refused now rather than when the run starts
+        plan.mqtt_url = value;
+      }
+      else if (name == "--mqtt-queue") plan.mqtt_queue = parse_int(value, name, 1, 10000000);
+      else if (name == "--event-snapshots") plan.snapshots_dir = value;
+      else if (name == "--mqtt-linger") plan.mqtt_linger = parse_seconds(value, name, 0, 3600);
+      else if (name == "--fps") plan.fps = parse_seconds(value, name, 0.001, 1000);
+      else if (name == "--stall-timeout") plan.stall_seconds = parse_seconds(value, name, 0.1, 3600);
+      else if (name == "--reconnect-delay") plan.reconnect_delay = parse_seconds(value, name, 0.01, 3600);
+      else if (name == "--reconnect-max") plan.reconnect_max = parse_seconds(value, name, 0.01, 86400);
+      else if (name == "--reconnect")
+        plan.reconnect_attempts = value == "always" ? -1 : value == "never" ? 0 : parse_int(value, name, 1, 1000000);
       else if (name == "--frames") plan.scene_frames = static_cast<int>(plan.max_frames = parse_int(value, name, 1, 1000000000));
       continue;
     }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "analytic_settings.h"
+#include "analytic_registry.h"
 
 namespace vt {
 
@@ -30,6 +30,16 @@ struct RunPlan {
   int64_t max_frames = -1;    // stop each stream after this many frames (-1: all)
   int scene_frames = 500;     // length of the built-in scene
   bool quiet = false;
+  bool tolerate_errors = false;
+  std::string mqtt_url;          // mqtt://HOST[:PORT]/TOPIC: events also go to this broker
+  int mqtt_queue = 10000;        // events kept while the broker is away
+  double mqtt_linger = 10.0;     // seconds the end waits for the broker to take what is queued
+  std::string snapshots_dir;     // --event-snapshots: one picture per event
+  std::vector<std::string> input_names;
+  double fps = 0.0;              // image sequences: their frame rate (0: 25)
+  double stall_seconds = 10.0;   // live inputs: silence after which the stream counts as lost
+  int reconnect_attempts = -1;   // live inputs: reopenings after a loss (-1 always, 0 never)
+  double reconnect_delay = 1.0, reconnect_max = 30.0;  // backoff: first wait, doubled up to the longest  // per input: the configuration's name, or "" for the input itself  // an input that ends early or with decoding errors does not fail the run
 };
 
 // Parses argv (argv[0] is the program). Throws a usage error with one clear message.
@@ -47,6 +57,13 @@ struct GeneralOption {
   bool (*applies)(const std::string &command);
 };
 const std::vector<GeneralOption> &general_options();
+
+// One option of an analytic command: its own settings, then --bk-type, --model and --param when it runs a
+// background model. The help, the manual page and the completion list them from here.
+struct AnalyticOption {
+  std::string name, value, help;
+};
+std::vector<AnalyticOption> analytic_options(const AnalyticSpec &analytic);
 
 // One command: its name, what follows it and what it does.
 struct CommandInfo {

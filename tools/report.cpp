@@ -19,8 +19,10 @@ static double rounded(double v, int decimals) {
 std::string event_json(const Event &e) {
   JsonOut o;
   o["stream"] = e.stream;
+  o["stream_name"] = e.stream_name;
   o["frame"] = e.frame;
   o["time"] = rounded(e.time, 3);
+  if (!e.wall_time.empty()) o["wall_time"] = e.wall_time;
   o["analytic"] = e.analytic;
   o["kind"] = e.kind;
   o["ids"] = e.ids;
@@ -33,6 +35,7 @@ std::string event_json(const Event &e) {
     o["values"] = JsonOut::object();
     for (const auto &v : e.values) o["values"][v.first] = rounded(v.second, 4);
   }
+  if (!e.snapshot.empty()) o["snapshot"] = e.snapshot;
   return json_line(o);
 }
 
@@ -49,14 +52,35 @@ EventSink::~EventSink() {
   if (out_ && out_ != stdout) std::fclose(out_);
 }
 
+void EventSink::publish_to(const std::string &mqtt_url, size_t queue_limit) {
+  mqtt_ = std::make_unique<MqttPublisher>(mqtt_url, queue_limit);
+}
+
 void EventSink::write(const std::vector<Event> &events) {
   if (events.empty()) return;
   std::string text;
-  for (const Event &e : events) text += event_json(e) + "\n";
+  for (const Event &e : events) {
+    const std::string line = event_json(e);
+    text += line + "\n";
+    if (mqtt_) mqtt_->publish(topic_level(e.stream_name) + "/" + topic_level(e.analytic), line);
+  }
   std::lock_guard<std::mutex> lock(mu_);
   std::fwrite(text.data(), 1, text.size(), out_);
   std::fflush(out_);
   count_ += static_cast<int64_t>(events.size());
+}
+
+std::string EventSink::close_mqtt(double seconds, bool *failed) {
+  *failed = false;
+  if (!mqtt_) return "";
+  const int64_t undelivered = mqtt_->close(seconds), dropped = mqtt_->dropped();
+  mqtt_.reset();
+  if (undelivered == 0 && dropped == 0) return "";
+  *failed = true;
+  std::string out = "mqtt: ";
+  if (dropped) out += std::to_string(dropped) + " events dropped while the broker was away";
+  if (undelivered) out += std::string(dropped ? ", " : "") + std::to_string(undelivered) + " not delivered at the end";
+  return out;
 }
 
 void EventSink::close() {

@@ -4,11 +4,13 @@
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "analytic.h"
+#include "mqtt_publisher.h"
 
 namespace vt {
 
@@ -22,8 +24,13 @@ class EventSink {
   ~EventSink();
   EventSink(const EventSink &) = delete;
   EventSink &operator=(const EventSink &) = delete;
+  // Also publishes every event to an MQTT broker (mqtt://HOST[:PORT]/TOPIC) under TOPIC/STREAM/ANALYTIC.
+  void publish_to(const std::string &mqtt_url, size_t queue_limit);
   void write(const std::vector<Event> &events);
   void close();  // throws when the file could not be written completely
+  // Waits up to `seconds` for the broker to take what is queued; the result says what became of the events
+  // ("" when there is no broker or all arrived).
+  std::string close_mqtt(double seconds, bool *failed);
   bool to_stdout() const { return out_ == stdout; }
   int64_t count() const { return count_; }
 
@@ -32,6 +39,7 @@ class EventSink {
   FILE *out_ = nullptr;
   std::string path_;
   int64_t count_ = 0;
+  std::unique_ptr<MqttPublisher> mqtt_;
 };
 
 // A progress line on standard error: frames, frames per second and the time left. Draws nothing when disabled

@@ -3,11 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <memory>
 #include <thread>
@@ -22,6 +25,9 @@ extern "C" {
 #include "analytic_registry.h"
 #include "error.h"
 #include "json.h"
+#include "manual.h"
+#include "live_source.h"
+#include "mqtt_publisher.h"
 #include "report.h"
 #include "scene.h"
 #include "video_reader.h"
@@ -31,17 +37,32 @@ namespace vt {
 
 namespace {
 
+// Set by the first SIGINT or SIGTERM, or when a stream fails: every stream stops reading, closes what is open and
+// writes its outputs. A second signal ends the program at once.
+std::atomic<bool> g_stop{false};
+std::atomic<bool> g_interrupted{false};
+
+extern "C" void on_stop_signal(int sig) {
+  g_interrupted.store(true);
+  g_stop.store(true);
+  std::signal(sig, SIG_DFL);
+}
+
 struct StreamTask {
   int index = 0;
+  std::string name;  // in events: the configuration's name for the input, else the input itself
   std::unique_ptr<FrameSource> source;
   const SceneTruth *truth = nullptr;  // set when the stream is the built-in scene
   std::vector<AnalyticSettings> settings_list;
   std::string annotate, snapshot, masks;
+  std::string snapshots_dir;  // one picture per event ("" none)
+  bool live = false;
   // Results.
   int64_t frames = 0;
   double seconds = 0.0;
   std::vector<SummaryRow> summary;
   std::vector<TruthRow> truth_rows;
+  std::string problem;  // decoding errors or an early end, "" when the input was read cleanly
   std::unique_ptr<ToolError> error;
 };
 
@@ -69,15 +90,23 @@ std::string fmt(double v, int decimals) {
   return b;
 }
 
-// Frame number and time in the top-left corner.
-void draw_header(Canvas &c, const Frame &f) {
-  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
+// Seconds since 1970 as local time in ISO 8601 with milliseconds and the offset: 2026-11-25T01:20:03.042+01:00.
+std::string iso8601(double wall) {
+  const time_t secs = static_cast<time_t>(wall);
+  int ms = static_cast<int>((wall - double(secs)) * 1000.0);
+  struct tm local;
+  localtime_r(&secs, &local);
+  char date[32], zone[8];
+  std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
+  std::strftime(zone, sizeof zone, "%z", &local);  // +hhmm
+  char out[64];
+  std::snprintf(out, sizeof out, "%s.%03d%.3s:%.2s", date, std::min(ms, 999), zone, zone + 3);
+  return out;
 }
 
-void draw_overlay(Canvas &c, const StreamTask &t, const std::vector<std::unique_ptr<Analytic>> &analytics,
-                  const Frame &f) {
+void draw_overlay(Canvas &c, const std::vector<std::unique_ptr<Analytic>> &analytics, const Frame &f) {
   for (const auto &a : analytics) a->draw(c);
-  draw_header(c, f);
+  draw_frame_header(c, f);
 }
 
 // Totals over the snapshot's bottom rows, one line per analytic.
@@ -112,17 +141,62 @@ void mask_to_frame(const uint8_t *mask, Frame &out, const Frame &like) {
 }
 
 // Labels the events an analytic added from `first` on with the stream, the frame and the analytic's name.
-void stamp(std::vector<Event> &events, size_t first, const StreamTask &t, size_t analytic, const Frame &f) {
+void stamp(std::vector<Event> &events, size_t first, const StreamTask &t, const std::string &analytic,
+           const Frame &f) {
+  const std::string wall = f.wall > 0 ? iso8601(f.wall) : std::string();
   for (size_t k = first; k < events.size(); ++k) {
     events[k].stream = t.index;
+    events[k].stream_name = t.name;
     events[k].frame = f.index;
     events[k].time = f.time;
-    events[k].analytic = t.settings_list[analytic].name;
+    events[k].wall_time = wall;
+    events[k].analytic = analytic;
+  }
+}
+
+// The source's notices as events of the stream ("source_lost", "source_back"; analytic "source").
+void notice_events(FrameSource &source, std::vector<Event> &events, const std::string &stream_name, int index) {
+  auto *live = dynamic_cast<LiveSource *>(&source);
+  if (!live) return;
+  for (const SourceNotice &n : live->take_notices()) {
+    Event e;
+    e.stream = index;
+    e.stream_name = stream_name;
+    e.frame = n.frame;
+    e.time = n.time;
+    e.wall_time = iso8601(n.wall);
+    e.analytic = "source";
+    e.kind = n.kind;
+    e.text = n.reason;
+    if (n.kind == "source_back") e.counts = {{"attempts", n.attempts}};
+    events.push_back(e);
+  }
+}
+
+// One picture per event, the frame with the overlay: DIR/STREAM-FRAME-KIND.png (the analytic's name is added when
+// two events of one kind share a frame).
+void snapshot_events(std::vector<Event> &events, const StreamTask &t,
+                     const std::vector<std::unique_ptr<Analytic>> &analytics, const Frame &frame, Frame &drawn) {
+  if (t.snapshots_dir.empty() || events.empty()) return;
+  drawn = frame;
+  Canvas c(drawn);
+  draw_overlay(c, analytics, drawn);
+  std::vector<std::string> used;
+  for (Event &e : events) {
+    const std::string base = t.snapshots_dir + "/" + topic_level(t.name) + "-" + std::to_string(e.frame) + "-";
+    std::string path = base + topic_level(e.kind) + ".png";
+    if (std::find(used.begin(), used.end(), path) != used.end())
+      path = base + topic_level(e.analytic) + "-" + topic_level(e.kind) + ".png";
+    if (std::find(used.begin(), used.end(), path) == used.end()) {
+      write_png(path, drawn);
+      used.push_back(path);
+    }
+    e.snapshot = path;
   }
 }
 
 void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::string &codec, int64_t max_frames,
-                const std::atomic<bool> &stop) {
+                std::atomic<bool> &stop) {
   const StreamInfo &info = t.source->info();
   std::vector<std::unique_ptr<Analytic>> analytics;
   for (const AnalyticSettings &s : t.settings_list) analytics.push_back(create_analytic(s, info));
@@ -135,19 +209,27 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
   Frame frame, drawn, mask_frame;
   std::vector<Event> events;
   auto start = std::chrono::steady_clock::now();
-  while ((max_frames < 0 || t.frames < max_frames) && !stop.load(std::memory_order_relaxed) && t.source->next(frame)) {
+  for (;;) {
+    const bool more = (max_frames < 0 || t.frames < max_frames) && !stop.load(std::memory_order_relaxed) &&
+                      t.source->next(frame);
     events.clear();
+    notice_events(*t.source, events, t.name, t.index);
+    if (!more) {
+      sink.write(events);
+      break;
+    }
     for (size_t i = 0; i < analytics.size(); ++i)
       if (analytics[i]) {
         size_t first = events.size();
         analytics[i]->feed(frame, events);
-        stamp(events, first, t, i, frame);
+        stamp(events, first, t, t.settings_list[i].name, frame);
       }
+    snapshot_events(events, t, analytics, frame, drawn);
     sink.write(events);
     if (annotate) {
       drawn = frame;
       Canvas c(drawn);
-      draw_overlay(c, t, analytics, drawn);
+      draw_overlay(c, analytics, drawn);
       annotate->write(drawn);
     }
     if (masks) {
@@ -168,15 +250,17 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
     if (analytics[i]) {
       size_t first = events.size();
       analytics[i]->finish(events);
-      stamp(events, first, t, i, frame);
+      stamp(events, first, t, t.settings_list[i].name, frame);
     }
+  if (t.frames > 0) snapshot_events(events, t, analytics, frame, drawn);
   sink.write(events);
   t.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  t.problem = t.source->problem();
   if (annotate) annotate->close();
   if (masks) masks->close();
   if (!t.snapshot.empty() && t.frames > 0) {
     Canvas c(frame);
-    draw_overlay(c, t, analytics, frame);
+    draw_overlay(c, analytics, frame);
     draw_totals(c, analytics);
     write_png(t.snapshot, frame);
   }
@@ -189,6 +273,21 @@ void run_stream(StreamTask &t, EventSink &sink, Progress &progress, const std::s
 }
 
 }  // namespace
+
+// An output file's folder must exist and be writable before anything runs, rather than fail after the whole input.
+static void check_output(const std::string &path, const std::string &what) {
+  if (path.empty() || path == "-") return;
+  const size_t slash = path.find_last_of('/');
+  const std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+  struct stat st;
+  if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    usage_error(what + ": folder '" + dir + "' does not exist");
+  if (access(dir.c_str(), W_OK) != 0) usage_error(what + ": folder '" + dir + "' is not writable");
+}
+
+void draw_frame_header(Canvas &c, const Frame &f) {
+  c.text(8, 8, "FRAME " + std::to_string(f.index) + "  " + fmt(f.time, 2) + " S", colors::kWhite, 2);
+}
 
 std::string stream_path(const std::string &path, int index, int streams) {
   if (streams <= 1 || path.empty()) return path;
@@ -225,7 +324,19 @@ int run_plan(RunPlan plan) {
       t.truth = &scene->truth();
       t.source = std::move(scene);
     } else {
-      t.source = std::make_unique<VideoReader>(plan.inputs[i]);
+      ReaderOptions options;
+      options.fps = plan.fps;
+      options.stall_seconds = plan.stall_seconds;
+      options.stop = &g_stop;
+      const InputKind kind = input_kind(plan.inputs[i]);
+      t.live = is_live(kind);
+      // Network streams and cameras are reopened when lost; standard input cannot be.
+      if (kind == InputKind::kNetwork || kind == InputKind::kDevice) {
+        ReconnectPolicy policy{plan.reconnect_attempts, plan.reconnect_delay, plan.reconnect_max};
+        t.source = std::make_unique<LiveSource>(plan.inputs[i], options, policy);
+      } else {
+        t.source = std::make_unique<VideoReader>(plan.inputs[i], options);
+      }
     }
     t.settings_list = plan.analytics;
     const StreamInfo &info = t.source->info();
@@ -233,18 +344,29 @@ int run_plan(RunPlan plan) {
       if (t.truth) fill_from_scene(s, *t.truth);
       validate_settings(s, info.width, info.height);
       for (const SettingSpec &o : s.spec()->settings)
-        if (o.type == SettingType::kOutput && s.has(o.field)) s.set_text(o.field, stream_path(s.text(o.field), i, n));
+        if (o.type == SettingType::kOutput && s.has(o.field)) {
+          s.set_text(o.field, stream_path(s.text(o.field), i, n));
+          check_output(s.text(o.field), s.name + ": " + o.option());
+        }
     }
+    t.name = i < int(plan.input_names.size()) && !plan.input_names[i].empty() ? plan.input_names[i] : plan.inputs[i];
+    t.snapshots_dir = plan.snapshots_dir;
     t.annotate = stream_path(plan.annotate_path, i, n);
     t.snapshot = stream_path(plan.snapshot_path, i, n);
     t.masks = stream_path(plan.masks_path, i, n);
+    check_output(t.annotate, "--annotate");
+    check_output(t.snapshot, "--snapshot");
+    check_output(t.masks, "--masks");
   }
   if (demo) {
     const SceneTruth *truth = tasks[0].truth;
     write_text_file(plan.out_dir + "/truth.json", truth->to_json() + "\n");
   }
 
+  check_output(plan.events_path, "--events");
+  if (!plan.snapshots_dir.empty()) check_output(plan.snapshots_dir + "/x.png", "--event-snapshots");
   EventSink sink(plan.events_path);
+  if (!plan.mqtt_url.empty()) sink.publish_to(plan.mqtt_url, static_cast<size_t>(plan.mqtt_queue));
   int64_t total = 0;
   for (const StreamTask &t : tasks) {
     int64_t c = t.source->info().frame_count;
@@ -255,7 +377,10 @@ int run_plan(RunPlan plan) {
   Progress progress(!plan.quiet && isatty(STDERR_FILENO), total);
 
   std::atomic<int> next{0};
-  std::atomic<bool> stop{false};
+  std::atomic<bool> &stop = g_stop;
+  stop.store(false);
+  g_interrupted.store(false);
+  auto old_int = std::signal(SIGINT, on_stop_signal), old_term = std::signal(SIGTERM, on_stop_signal);
   auto worker = [&] {
     for (;;) {
       int i = next.fetch_add(1);
@@ -278,13 +403,33 @@ int run_plan(RunPlan plan) {
   worker();
   for (std::thread &th : pool) th.join();
   const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  std::signal(SIGINT, old_int);
+  std::signal(SIGTERM, old_term);
   progress.finish();
+  // Decided before the sink is closed (closing forgets where it wrote): with events on standard output, the tables
+  // go to standard error so that standard output stays pure JSON lines.
+  FILE *out = sink.to_stdout() ? stderr : stdout;
   sink.close();
+  bool mqtt_failed = false;
+  const std::string mqtt_report = sink.close_mqtt(plan.mqtt_linger, &mqtt_failed);
   for (const StreamTask &t : tasks)
     if (t.error) throw *t.error;
+  // An input that ended early or with decoding errors is reported on standard error whatever else is shown, and
+  // fails the run unless the user accepts damaged inputs.
+  int status = kExitOk;
+  for (const StreamTask &t : tasks)
+    if (!t.problem.empty()) {
+      std::fprintf(stderr, "vorn: input '%s': %s%s\n", t.source->name().c_str(), t.problem.c_str(),
+                   plan.tolerate_errors ? " (tolerated)" : "");
+      if (!plan.tolerate_errors) status = kExitRuntime;
+    }
 
-  if (plan.quiet) return kExitOk;
-  FILE *out = sink.to_stdout() ? stderr : stdout;
+  if (mqtt_failed) {
+    std::fprintf(stderr, "vorn: %s\n", mqtt_report.c_str());
+    status = kExitRuntime;
+  }
+
+  if (plan.quiet) return status;
   std::vector<std::vector<std::string>> rows;
   int64_t frames = 0;
   for (const StreamTask &t : tasks) {
@@ -299,6 +444,10 @@ int run_plan(RunPlan plan) {
   rows.clear();
   for (const StreamTask &t : tasks)
     for (const SummaryRow &r : t.summary) rows.push_back({std::to_string(t.index), r.analytic, r.item, r.value});
+  for (const StreamTask &t : tasks)
+    if (!t.problem.empty()) text += "stream " + std::to_string(t.index) + " was damaged: " + t.problem + "\n";
+  if (!mqtt_report.empty()) text += mqtt_report + "\n";
+  if (g_interrupted.load()) text += "interrupted: the streams were ended early, their outputs are complete\n";
   if (!rows.empty()) text += "\n" + format_table({"stream", "analytic", "total", "value"}, rows);
   rows.clear();
   for (const StreamTask &t : tasks)
@@ -323,7 +472,7 @@ int run_plan(RunPlan plan) {
   if (demo) text += "outputs in " + plan.out_dir + "/\n";
   std::fputs(text.c_str(), out);
   std::fflush(out);
-  return kExitOk;
+  return status;
 }
 
 // A frame-file pattern holds exactly one integer conversion such as %d or %04d, and nothing else with '%'.
@@ -377,37 +526,49 @@ int describe_inputs(const RunPlan &plan) {
   }
   for (const std::string &input : plan.inputs) {
     std::unique_ptr<FrameSource> src;
+    ReaderOptions options;
+    options.fps = plan.fps;
+    options.stall_seconds = plan.stall_seconds;
+    const bool live = input != kSceneInput && is_live(input_kind(input));
     if (input == kSceneInput) src = std::make_unique<StreetScene>(plan.scene_frames);
-    else src = std::make_unique<VideoReader>(input);
+    else src = std::make_unique<VideoReader>(input, options);
+    // A live stream has no end: it is probed over --frames frames (default 50).
+    const int64_t limit = plan.max_frames >= 0 ? plan.max_frames : live ? 50 : -1;
     Frame f;
     int64_t n = 0;
     double last_time = 0.0;
     auto start = std::chrono::steady_clock::now();
-    while ((plan.max_frames < 0 || n < plan.max_frames) && src->next(f)) {
+    while ((limit < 0 || n < limit) && src->next(f)) {
       ++n;
       last_time = f.time;
     }
     double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     JsonOut line;
     line["input"] = input;
+    line["live"] = live;
     line["width"] = src->info().width;
     line["height"] = src->info().height;
     line["fps"] = std::round(src->info().fps * 1000) / 1000;
     line["frames"] = n;
     line["last_time"] = std::round(last_time * 1000) / 1000;
     line["decode_fps"] = std::round((secs > 0 ? n / secs : 0.0) * 10) / 10;
+    if (!src->problem().empty()) line["problem"] = src->problem();
     std::fputs((json_line(line) + "\n").c_str(), stdout);
   }
   return kExitOk;
 }
 
 int tool_main(int argc, const char *const *argv) {
-  // FFmpeg's own chatter is not shown; failures reach the user as this program's messages.
-  av_log_set_level(AV_LOG_QUIET);
+  // FFmpeg's messages are not shown as they come: its errors count against the input being read, and reach the
+  // user in that input's report.
+  route_ffmpeg_messages();
   try {
     RunPlan plan = parse_command_line(argc, argv);
     if (plan.command == "help") {
-      std::fputs(command_usage(plan.help_topic).c_str(), stdout);
+      const std::string &topic = plan.help_topic;
+      std::fputs((topic == "--man" ? man_page() : topic == "--bash-completion" ? bash_completion()
+                                                                                : command_usage(topic)).c_str(),
+                 stdout);
       return kExitOk;
     }
     if (plan.command == "version") {

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "draw.h"
 #include "options.h"
 
 namespace vt {
@@ -20,6 +21,9 @@ int write_scene(const RunPlan &plan);
 
 // Decodes every input to its end and prints one JSON line per input (command info).
 int describe_inputs(const RunPlan &plan);
+
+// Frame number and time in the top-left corner of an annotated frame.
+void draw_frame_header(Canvas &canvas, const Frame &frame);
 
 // "out.mp4" for the only stream; "out-2.mp4" for stream 2 of several.
 std::string stream_path(const std::string &path, int index, int streams);

@@ -52,17 +52,17 @@ class TrackAnalytic : public Analytic {
       if (t.trace.size() > kTraceLength) t.trace.erase(t.trace.begin());
       live[o.id] = std::move(t);
     }
-    for (const auto &gone : tracks_) {
-      Event e;
-      e.kind = "track_end";
-      e.ids = {gone.first};
-      e.boxes = {gone.second.box};
-      e.counts = {{"frames", frame.index - gone.second.first}};
-      events.push_back(e);
-    }
+    end_tracks(frame.index, events);
     tracks_ = std::move(live);
+    next_index_ = frame.index + 1;
     vorn_mono_image *fg = nullptr;
     fg_ = whole_frame_mask(vorn_tracker_get_fg(tracker_.get(), &fg), fg, width_, height_);
+  }
+
+  // Tracks still followed at the end (or when the run is interrupted) end with the stream.
+  void finish(std::vector<Event> &events) override {
+    end_tracks(next_index_, events);
+    tracks_.clear();
   }
 
   void draw(Canvas &c) const override {
@@ -95,6 +95,18 @@ class TrackAnalytic : public Analytic {
   const uint8_t *mask() const override { return fg_; }
 
  private:
+  // "track_end" for every track in tracks_, gone at frame `index`.
+  void end_tracks(int64_t index, std::vector<Event> &events) const {
+    for (const auto &gone : tracks_) {
+      Event e;
+      e.kind = "track_end";
+      e.ids = {gone.first};
+      e.boxes = {gone.second.box};
+      e.counts = {{"frames", index - gone.second.first}};
+      events.push_back(e);
+    }
+  }
+
   struct Track {
     int64_t first = 0;
     Box box;
@@ -107,6 +119,7 @@ class TrackAnalytic : public Analytic {
   Bmp24Frame bmp_;
   std::map<int, Track> tracks_;
   const uint8_t *fg_ = nullptr;
+  int64_t next_index_ = 0;  // the frame after the last one fed
   int64_t started_ = 0, learning_ = 0;
 };
 

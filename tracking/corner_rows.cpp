@@ -4,6 +4,8 @@
 
 #include <math.h>
 
+#include "core/cpu.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -55,5 +57,10 @@ int32_t corner_eigen_row_sse2(const int32_t *, const int32_t *, const int32_t *,
 }
 
 #endif
+
+const CornerRowKernels &corner_row_kernels() {
+  static const CornerRowKernels plain = {nullptr}, sse2 = {corner_eigen_row_sse2};
+  return (cpu_flags() & kCpuSse2) ? sse2 : plain;
+}
 
 }  // namespace vorn

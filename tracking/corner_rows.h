@@ -13,6 +13,15 @@ double corner_eigen_row_c(const int32_t *sxx, const int32_t *syy, const int32_t 
 int32_t corner_eigen_row_sse2(const int32_t *sxx, const int32_t *syy, const int32_t *sxy, double *lambda, int32_t n,
                               double *max);
 
+// The family's table: the vector kernel does a prefix of the row and returns its length (null: none); the
+// plain rule finishes the row.
+struct CornerRowKernels {
+  int32_t (*eigen)(const int32_t *sxx, const int32_t *syy, const int32_t *sxy, double *lambda, int32_t n,
+                   double *max);
+};
+// The table for this CPU (honours cpu_set_mask).
+const CornerRowKernels &corner_row_kernels();
+
 }  // namespace vorn
 
 #endif

@@ -6,8 +6,9 @@
 #include "core/cpu.h"
 #include "core/memory.h"
 #include "imgproc/edge_rows.h"
-#include "tracking/corner_grey.h"
 #include "tracking/corner_rows.h"
+#include "tracking/corner_work.h"
+#include "vorn_color.h"
 #include "vorn_features.h"
 #include "vorn_imgproc.h"
 
@@ -15,25 +16,20 @@ using namespace vorn;
 
 namespace {
 
-// Work buffers of one call, all zero-filled blocks.
-struct Work {
-  double *lambda = nullptr;                             // smaller eigenvalue per pixel (0 on the border)
-  int32_t *rows = nullptr;                              // derivative ring (6 rows) and sums (6 rows)
-  uint32_t *cand = nullptr;                             // candidate pixel indices
-  int32_t *cell_head = nullptr, *cell_next = nullptr;  // accepted points by grid cell
-  void release() {
-    block_release(lambda);
-    block_release(rows);
-    block_release(cand);
-    block_release(cell_head);
-    block_release(cell_next);
-  }
-};
+// A buffer of at least n elements in p (capacity cap), reused when it is large enough. Fresh blocks are zeroed.
+template <class T>
+bool grow(T *&p, size_t &cap, size_t n) {
+  if (n <= cap && p) return true;
+  block_release(p);
+  p = block_new<T>(n ? n : 1);
+  cap = p ? n : 0;
+  return p != nullptr;
+}
 
 // Fills lambda for the interior pixels from the grey plane and returns the largest value. The Sobel
 // derivatives (the edge operators' row kernels) are made three rows at a time; the derivative image's border
 // rows and columns are zero.
-double eigen_map(const Work &wk, const uint8_t *grey, int32_t w, int32_t h) {
+double eigen_map(const CornerWork &wk, const uint8_t *grey, int32_t w, int32_t h) {
   int32_t *ring_x[3], *ring_y[3];
   for (int k = 0; k < 3; ++k) {
     ring_x[k] = wk.rows + (size_t)k * w;
@@ -42,7 +38,7 @@ double eigen_map(const Work &wk, const uint8_t *grey, int32_t w, int32_t h) {
   int32_t *col_xx = wk.rows + (size_t)6 * w, *col_yy = col_xx + w, *col_xy = col_yy + w;
   int32_t *sxx = col_xy + w, *syy = sxx + w, *sxy = syy + w;
   const EdgeRowKernels &kr = edge_row_kernels();
-  const bool sse2 = (cpu_flags() & kCpuSse2) != 0;
+  const CornerRowKernels &ck = corner_row_kernels();
   // Derivative row y into ring slot y % 3 (zero for the first and last rows).
   auto deriv_row = [&](int32_t y) {
     int32_t *dx = ring_x[y % 3], *dy = ring_y[y % 3];
@@ -76,7 +72,7 @@ double eigen_map(const Work &wk, const uint8_t *grey, int32_t w, int32_t h) {
     }
     double *out = wk.lambda + (size_t)y * w + 1;
     const int32_t n = w - 2;
-    const int32_t done = sse2 ? corner_eigen_row_sse2(sxx + 1, syy + 1, sxy + 1, out, n, &mx) : 0;
+    const int32_t done = ck.eigen ? ck.eigen(sxx + 1, syy + 1, sxy + 1, out, n, &mx) : 0;
     const double rest = corner_eigen_row_c(sxx + 1 + done, syy + 1 + done, sxy + 1 + done, out + done, n - done);
     if (rest > mx) mx = rest;
   }
@@ -94,9 +90,42 @@ inline bool mask_allows(const uint8_t *m, int32_t w, int32_t x, int32_t y) {
 
 }  // namespace
 
-extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *image, uint32_t min_distance,
-                                                           vorn_point *points, uint32_t *count,
-                                                           const vorn_mono_image *mask, vorn_image *map) {
+namespace vorn {
+
+void corner_work_release(CornerWork *work) {
+  block_release(work->lambda);
+  block_release(work->rows);
+  block_release(work->cand);
+  block_release(work->cell_head);
+  block_release(work->cell_next);
+  block_release(work->grey);
+  memset(work, 0, sizeof *work);
+}
+
+// Interior pixels of a width x height image: the most candidates (and accepted points) a search can have.
+size_t interior_pixels(uint32_t width, uint32_t height) {
+  return width > 2 && height > 2 ? (size_t)(width - 2) * (height - 2) : 0;
+}
+
+// Grid cells of side min_distance over the image (one when min_distance is 0).
+size_t grid_cells(uint32_t width, uint32_t height, uint32_t min_distance) {
+  if (!min_distance) return 1;
+  return (size_t)((width + min_distance - 1) / min_distance) * ((height + min_distance - 1) / min_distance);
+}
+
+vorn_result corner_work_reserve(CornerWork *work, uint32_t width, uint32_t height, uint32_t wanted,
+                                uint32_t min_distance) {
+  const size_t n = (size_t)width * height, interior = interior_pixels(width, height);
+  const bool ok = grow(work->grey, work->grey_cap, n) && grow(work->lambda, work->lambda_cap, n) &&
+                  grow(work->rows, work->rows_cap, (size_t)12 * width) &&
+                  grow(work->cand, work->cand_cap, interior) &&
+                  grow(work->cell_head, work->head_cap, grid_cells(width, height, min_distance)) &&
+                  grow(work->cell_next, work->next_cap, wanted < interior ? wanted : interior);
+  return ok ? VORN_OK : VORN_E_NOMEM;
+}
+
+vorn_result good_features(const vorn_image *image, uint32_t min_distance, vorn_point *points, uint32_t *count,
+                          const vorn_mono_image *mask, vorn_image *map, CornerWork *work) {
   if (!count) return VORN_E_NULL;
   const uint32_t wanted = *count;
   *count = 0;
@@ -111,34 +140,44 @@ extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *ima
   if (!area_u32(W, H, &n) || W > INT32_MAX || H > INT32_MAX) return VORN_E_NOMEM;
   const int32_t w = (int32_t)W, h = (int32_t)H;
 
-  CornerGrey grey;
-  vorn_result r = corner_grey_get(image, &grey);
-  if (r != VORN_OK) return r;
-  Work wk;
-  if (!(wk.lambda = block_new<double>(n)) || !(wk.rows = block_new<int32_t>((size_t)12 * W))) {
-    wk.release();
-    corner_grey_release(&grey);
-    return VORN_E_NOMEM;
+  CornerWork &wk = *work;
+  const uint8_t *grey = nullptr;
+  switch (image->format) {
+    case VORN_FORMAT_RGB: {
+      if (!grow(wk.grey, wk.grey_cap, n)) return VORN_E_NOMEM;
+      vorn_mono_image y = {W, H, wk.grey};
+      const vorn_result r = vorn_image_rgb_to_y(image, &y);
+      if (r != VORN_OK) return r;
+      grey = wk.grey;
+      break;
+    }
+    case VORN_FORMAT_YUV:
+      grey = image->plane[0];
+      break;
+    default:
+      grey = image->plane[2];
+      break;
   }
-  const double lambda_max = eigen_map(wk, grey.plane, w, h);
-  corner_grey_release(&grey);
+  if (!grey) return VORN_E_NULL;
+  const size_t interior = interior_pixels(W, H);
+  if (!grow(wk.lambda, wk.lambda_cap, n) || !grow(wk.rows, wk.rows_cap, (size_t)12 * W) ||
+      !grow(wk.cand, wk.cand_cap, interior))
+    return VORN_E_NOMEM;
+  // The border stays 0: a reused buffer may hold another size's interior there.
+  if (h > 0) {
+    memset(wk.lambda, 0, (size_t)W * sizeof(double));
+    memset(wk.lambda + (size_t)(h - 1) * W, 0, (size_t)W * sizeof(double));
+  }
+  for (int32_t y = 1; y + 1 < h; ++y) wk.lambda[(size_t)y * W] = wk.lambda[(size_t)y * W + W - 1] = 0.0;
+  const double lambda_max = eigen_map(wk, grey, w, h);
   const double t = lambda_max / 100.0;
 
-  // Candidates: interior pixels above the threshold where the mask allows; counted first, then listed.
-  auto is_candidate = [&](int32_t x, int32_t y) {
-    return wk.lambda[(size_t)y * W + x] > t && (!mask || mask_allows(mask->data, w, x, y));
-  };
+  // Candidates: interior pixels above the threshold where the mask allows.
   uint32_t nc = 0;
   for (int32_t y = 1; y + 1 < h; ++y)
-    for (int32_t x = 1; x + 1 < w; ++x) nc += is_candidate(x, y);
-  if (nc > 0 && !(wk.cand = block_new<uint32_t>(nc))) {
-    wk.release();
-    return VORN_E_NOMEM;
-  }
-  nc = 0;
-  for (int32_t y = 1; y + 1 < h; ++y)
     for (int32_t x = 1; x + 1 < w; ++x)
-      if (is_candidate(x, y)) wk.cand[nc++] = (uint32_t)y * W + (uint32_t)x;
+      if (wk.lambda[(size_t)y * W + x] > t && (!mask || mask_allows(mask->data, w, x, y)))
+        wk.cand[nc++] = (uint32_t)y * W + (uint32_t)x;
 
   // Strongest first (equal values in raster order), taken lazily from a heap: usually only the first few
   // hundred candidates are looked at.
@@ -153,12 +192,10 @@ extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *ima
   const int32_t cw = md ? (int32_t)((W + md - 1) / md) : 1, ch = md ? (int32_t)((H + md - 1) / md) : 1;
   const uint32_t cap = wanted < nc ? wanted : nc;
   if (md && cap > 0) {
-    wk.cell_head = block_new<int32_t>((size_t)cw * ch);
-    wk.cell_next = wk.cell_head ? block_new<int32_t>(cap) : nullptr;
-    if (!wk.cell_next) {
-      wk.release();
+    // Room for as many points as are wanted (up to every interior pixel), not just this frame's candidates.
+    const size_t room = wanted < interior ? wanted : interior;
+    if (!grow(wk.cell_head, wk.head_cap, grid_cells(W, H, min_distance)) || !grow(wk.cell_next, wk.next_cap, room))
       return VORN_E_NOMEM;
-    }
     for (int32_t c = 0; c < cw * ch; ++c) wk.cell_head[c] = -1;
   }
   uint32_t accepted = 0;
@@ -194,6 +231,17 @@ extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *ima
       if (!p) continue;
       for (uint32_t i = 0; i < n; ++i) p[i] = wk.lambda[i] > t ? 255 : 0;
     }
-  wk.release();
   return VORN_OK;
+}
+
+}  // namespace vorn
+
+extern "C" VORN_API vorn_result vorn_good_feature_to_track(const vorn_image *image, uint32_t min_distance,
+                                                           vorn_point *points, uint32_t *count,
+                                                           const vorn_mono_image *mask, vorn_image *map) {
+  vorn::CornerWork work;
+  memset(&work, 0, sizeof work);
+  const vorn_result r = vorn::good_features(image, min_distance, points, count, mask, map, &work);
+  vorn::corner_work_release(&work);
+  return r;
 }

@@ -29,6 +29,20 @@ vorn_matrix *identity(uint32_t n) {
 
 }  // namespace
 
+namespace vorn {
+
+void kalman_restart(vorn_kalman *k) {
+  vorn_matrix *zeros[] = {k->control, k->measurement, k->prior_state, k->predict_state, k->gain,
+                          k->a_p,     k->h_p,         k->s,           k->p_ht,          k->innovation};
+  vorn_matrix *ones[] = {k->transition, k->prior_error_covariance, k->predict_error_covariance,
+                         k->process_noise_covariance, k->measurement_noise_covariance};
+  for (vorn_matrix *m : zeros)
+    if (m) vorn_matrix_zero(m);
+  for (vorn_matrix *m : ones) vorn_matrix_normal(m, 1.0f);
+}
+
+}  // namespace vorn
+
 #define VORN_RETURN_IF_FAILED(expr)  \
   do {                               \
     vorn_result r_ = (expr);         \

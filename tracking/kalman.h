@@ -25,4 +25,11 @@ struct vorn_kalman {
   vorn_matrix *innovation;                   // z - H x', m x 1
 };
 
+namespace vorn {
+
+// Puts every matrix back to what create made: identities for A, P, P', Q and R, zeros elsewhere.
+void kalman_restart(vorn_kalman *k);
+
+}  // namespace vorn
+
 #endif

@@ -128,13 +128,15 @@ int32_t lk_mismatch_row_sse2(const uint8_t *a, const uint8_t *b, const float wt[
 
 #endif
 
-LkRowKernels lk_row_kernels() {
+const LkRowKernels &lk_row_kernels() {
+  static const LkRowKernels plain = {nullptr, nullptr}, avx2 = {lk_gradient_row_avx2, lk_mismatch_row_avx2};
   const uint32_t f = cpu_flags();
-  if (f & kCpuAvx2) return LkRowKernels{lk_gradient_row_avx2, lk_mismatch_row_avx2};
+  if (f & kCpuAvx2) return avx2;
 #if defined(__SSE2__)
-  if (f & kCpuSse2) return LkRowKernels{lk_gradient_row_sse2, lk_mismatch_row_sse2};
+  static const LkRowKernels sse2 = {lk_gradient_row_sse2, lk_mismatch_row_sse2};
+  if (f & kCpuSse2) return sse2;
 #endif
-  return LkRowKernels{nullptr, nullptr};
+  return plain;
 }
 
 }  // namespace vorn

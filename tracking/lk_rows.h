@@ -38,14 +38,16 @@ int32_t lk_gradient_row_avx2(const float *up, const float *mid, const float *dn,
 int32_t lk_mismatch_row_avx2(const uint8_t *a, const uint8_t *b, const float wt[4], const float *ival,
                              const float *ix, const float *iy, int32_t n, float *acc_x, float *acc_y);
 
-// The widest pair the processor runs (nullptr: plain only), honouring cpu_set_mask.
+// The family's table: vector kernels that do a row from k = 0 and return how far they got (null: none), the
+// plain rule finishing it.
 struct LkRowKernels {
   int32_t (*gradient)(const float *, const float *, const float *, float *, float *, float *, int32_t, float *,
                       float *, float *);
   int32_t (*mismatch)(const uint8_t *, const uint8_t *, const float[4], const float *, const float *,
                       const float *, int32_t, float *, float *);
 };
-LkRowKernels lk_row_kernels();
+// The table for this CPU (honours cpu_set_mask): AVX2, else SSE2, else all null.
+const LkRowKernels &lk_row_kernels();
 
 }  // namespace vorn
 

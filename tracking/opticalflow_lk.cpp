@@ -5,6 +5,7 @@
 // samples the current frame's window at the estimate and moves it by G^-1 sum (I - J) [Ix, Iy]. The estimate of
 // a level, doubled, starts the next finer one.
 #include <math.h>
+#include <string.h>
 
 #include "core/memory.h"
 #include "tracking/lk_rows.h"
@@ -17,6 +18,8 @@ using namespace vorn;
 namespace {
 
 constexpr int32_t kMaxWinHalf = 64;
+// Windows up to this half size (33 x 33) keep their buffers on the stack; larger ones take a block per call.
+constexpr int32_t kStackWinHalf = 16;
 constexpr int32_t kMaxIter = 100;
 constexpr int kMaxLevels = 32;
 // A step shorter than this (in pixels of its level) ends the iterations.
@@ -36,26 +39,28 @@ struct Window {
   int32_t r, side, n;
   float *patch, *ival, *ix, *iy;
   uint8_t *row_a, *row_b;
-  LkRowKernels vec;  // the vector row kernels in use (nullptr: plain only)
+  const LkRowKernels *vec;  // the row kernels' table, fetched once per call
 };
 
-bool window_make(Window *win, int32_t r, float **block) {
+// Floats of the buffers of a window of half size r.
+constexpr size_t window_floats(int32_t r) {
+  return (size_t)(2 * r + 3) * (2 * r + 3) + 3 * (size_t)(2 * r + 1) * (2 * r + 1) + 2 * (((size_t)2 * r + 2 + 3) / 4);
+}
+
+// Lays the window's buffers out in p (window_floats(r) floats).
+void window_make(Window *win, int32_t r, float *p) {
   win->r = r;
   win->side = 2 * r + 1;
   win->n = win->side * win->side;
-  win->vec = lk_row_kernels();
+  win->vec = &lk_row_kernels();
   const size_t patch = (size_t)(win->side + 2) * (win->side + 2);
   const size_t row_floats = ((size_t)win->side + 1 + 3) / 4;
-  float *p = block_new<float>(patch + 3 * (size_t)win->n + 2 * row_floats);
-  *block = p;
-  if (!p) return false;
   win->patch = p;
   win->ival = p + patch;
   win->ix = win->ival + win->n;
   win->iy = win->ix + win->n;
   win->row_a = reinterpret_cast<uint8_t *>(win->iy + win->n);
   win->row_b = reinterpret_cast<uint8_t *>(win->iy + win->n + row_floats);
-  return true;
 }
 
 inline int32_t clamp_index(int32_t v, int32_t n) { return v < 0 ? 0 : (v >= n ? n - 1 : v); }
@@ -93,7 +98,7 @@ void mismatch(const Level &l, const Window &win, float qx, float qy, double *bx,
     }
     const size_t o = (size_t)(dy + r) * side;
     const int32_t done =
-        win.vec.mismatch ? win.vec.mismatch(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
+        win.vec->mismatch ? win.vec->mismatch(a, b, wt, win.ival + o, win.ix + o, win.iy + o, side, acc_x, acc_y) : 0;
     lk_mismatch_row_c(a, b, wt, win.ival + o, win.ix + o, win.iy + o, done, side, acc_x, acc_y);
   }
   *bx = lanes_sum(acc_x);
@@ -113,7 +118,7 @@ bool prepare(const Level &l, float px, float py, Window *win, double g[3]) {
     const float *up = win->patch + (ptrdiff_t)y * ps, *mid = up + ps, *dn = mid + ps;
     const ptrdiff_t o = (ptrdiff_t)y * side;
     float *ival = win->ival + o, *ix = win->ix + o, *iy = win->iy + o;
-    const int32_t done = win->vec.gradient ? win->vec.gradient(up, mid, dn, ival, ix, iy, side, sxx, sxy, syy) : 0;
+    const int32_t done = win->vec->gradient ? win->vec->gradient(up, mid, dn, ival, ix, iy, side, sxx, sxy, syy) : 0;
     lk_gradient_row_c(up, mid, dn, ival, ix, iy, done, side, sxx, sxy, syy);
   }
   const double gxx = lanes_sum(sxx), gxy = lanes_sum(sxy), gyy = lanes_sum(syy);
@@ -194,8 +199,11 @@ vorn_result check_views(const vorn_mono_image *prev, const vorn_mono_image *cur,
 vorn_result track_all(const Level *levels, int top, const vorn_point2f *prev_pts, vorn_point2f *cur_pts,
                       uint32_t *status, uint32_t count, int32_t win_half, int32_t max_iter) {
   Window win;
-  float *block = nullptr;
-  if (!window_make(&win, win_half, &block)) return VORN_E_NOMEM;
+  alignas(32) float stack[window_floats(kStackWinHalf)];
+  float *block = win_half > kStackWinHalf ? block_new<float>(window_floats(win_half)) : nullptr;
+  if (win_half > kStackWinHalf && !block) return VORN_E_NOMEM;
+  if (!block) memset(stack, 0, window_floats(win_half) * sizeof(float));  // as zeroed as a fresh block
+  window_make(&win, win_half, block ? block : stack);
   for (uint32_t i = 0; i < count; ++i) {
     const vorn_point2f from = prev_pts[i];  // read before writing: the two arrays may be one
     const uint32_t s = track_point(levels, top, &win, max_iter, from, &cur_pts[i]);

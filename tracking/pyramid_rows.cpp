@@ -13,6 +13,11 @@
 
 namespace vorn {
 
+const PyramidRowKernels &pyramid_row_kernels() {
+  static const PyramidRowKernels plain = {nullptr, nullptr}, sse2 = {pyramid_hrow_sse2, pyramid_vrow_sse2};
+  return (cpu_flags() & kCpuSse2) ? sse2 : plain;
+}
+
 void pyramid_hrow_c(const uint8_t *s, uint16_t *out, uint32_t w) {
   if (w == 1) {
     out[0] = (uint16_t)(8 * (s[0] + s[1]));
@@ -37,7 +42,7 @@ void pyramid_vrow_c(const uint16_t *const r[5], const uint16_t wt[5], uint8_t *d
 
 void pyramid_reduce_plane(const uint8_t *src, uint32_t src_w, uint32_t src_h, uint8_t *dst, uint16_t *scratch) {
   const uint32_t w = src_w >> 1, h = src_h >> 1;
-  const bool sse2 = (cpu_flags() & kCpuSse2) != 0;
+  const PyramidRowKernels &kr = pyramid_row_kernels();
   // Ring of the five most recent row sums: source row i lives in slot i % 5.
   uint16_t *ring[5];
   for (int k = 0; k < 5; ++k) ring[k] = scratch + (size_t)k * w;
@@ -46,7 +51,7 @@ void pyramid_reduce_plane(const uint8_t *src, uint32_t src_w, uint32_t src_h, ui
     for (; next_row <= last; ++next_row) {
       const uint8_t *row = src + (size_t)next_row * src_w;
       uint16_t *out = ring[next_row % 5];
-      const uint32_t done = sse2 ? pyramid_hrow_sse2(row, out, w) : 0;
+      const uint32_t done = kr.hrow ? kr.hrow(row, out, w) : 0;
       if (done < w) {
         if (done == 0) {
           pyramid_hrow_c(row, out, w);
@@ -86,7 +91,7 @@ void pyramid_reduce_plane(const uint8_t *src, uint32_t src_w, uint32_t src_h, ui
       wt = last ? kLast : kInside;
     }
     uint8_t *out = dst + (size_t)y * w;
-    const uint32_t done = sse2 ? pyramid_vrow_sse2(rows, wt, out, w) : 0;
+    const uint32_t done = kr.vrow ? kr.vrow(rows, wt, out, w) : 0;
     if (done < w) {
       const uint16_t *tail[5];
       for (int k = 0; k < 5; ++k) tail[k] = rows[k] + done;

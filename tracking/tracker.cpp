@@ -41,8 +41,12 @@ VORN_API vorn_result vorn_tracker_create(const vorn_tracker_params *params, vorn
     if (!t->chain_store) r = VORN_E_NOMEM;
   }
   for (int i = 0; r == VORN_OK && i < kMaxTracks; ++i) {
-    t->tracks[i].measurement = vorn_matrix_alloc(2, 1);
-    if (!t->tracks[i].measurement) r = VORN_E_NOMEM;
+    Track &k = t->tracks[i];
+    vorn_kalman_params kp = {4, 2, 0};
+    if (!(k.measurement = vorn_matrix_alloc(2, 1)) || !(k.hist_store = vorn_histogram_alloc(kHistBins)))
+      r = VORN_E_NOMEM;
+    else
+      r = vorn_kalman_create(&kp, &k.filter_store);
   }
   if (r != VORN_OK) {
     vorn_tracker_destroy(t);
@@ -63,8 +67,8 @@ VORN_API vorn_result vorn_tracker_destroy(vorn_tracker *t) {
   if (t->model && t->ops.destroy) t->ops.destroy(t->model);
   vorn_obj_maker_destroy(t->maker);
   for (int i = 0; i < kMaxTracks; ++i) {
-    vorn_kalman_destroy(t->tracks[i].filter);
-    vorn_histogram_free(t->tracks[i].hist);
+    vorn_kalman_destroy(t->tracks[i].filter_store);
+    vorn_histogram_free(t->tracks[i].hist_store);
     vorn_matrix_free(t->tracks[i].measurement);
   }
   for (int i = 0; i < kChainLength; ++i) block_release(t->frames[i]);

@@ -25,10 +25,12 @@ struct Track {
   int32_t px, py;  // predicted centre of this frame
   int32_t pleft, ptop, pright, pbottom;
   int32_t missed;  // frames in a row without any detection
-  vorn_kalman *filter;
+  vorn_kalman *filter;       // the slot's filter while the track is live, else null
   vorn_matrix *measurement;  // (cx, cy) for the filter
   int32_t coast;
-  vorn_histogram *hist;
+  vorn_histogram *hist;      // the slot's histogram while the track is live, else null
+  vorn_kalman *filter_store;      // a track slot's filter and histogram, made at create and reused by every
+  vorn_histogram *hist_store;     // track that takes the slot
   int32_t shared;  // 1 while the track shares a detection with other tracks
   int32_t fit_vx, fit_vy, fit_x0, fit_y0;  // straight-line fit of a candidate path (detections only)
 };

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "core/memory.h"
+#include "tracking/kalman.h"
 #include "tracking/tracker_impl.h"
 
 namespace vorn {
@@ -118,9 +119,7 @@ void remove_track(vorn_tracker *t, Track *k) {
   }
   if (t->active_count > 0) t->active_count--;
   k->id = 0;
-  vorn_kalman_destroy(k->filter);
   k->filter = nullptr;
-  vorn_histogram_free(k->hist);
   k->hist = nullptr;
 }
 
@@ -301,22 +300,16 @@ vorn_result create_track(vorn_tracker *t, const Chain &c) {
   if (!k) return VORN_OK;
   if (!k->measurement) return VORN_E_NOMEM;
   if (c.count < 2) return VORN_E_PARAM;
-  // The track's histogram and filter come first: when either cannot be made the slot stays free, no id is used
-  // and the candidate stays a candidate.
-  vorn_kalman_params kp = {4, 2, 0};
-  vorn_histogram *hist = vorn_histogram_alloc(kHistBins);
-  vorn_kalman *filter = nullptr;
-  if (!hist || vorn_kalman_create(&kp, &filter) != VORN_OK) {
-    vorn_histogram_free(hist);
-    return VORN_E_NOMEM;
-  }
   copy_box(k, *c.slot[0]);
   k->id = ++t->last_id;
   k->missed = 0;
-  k->hist = hist;
-  k->filter = filter;
+  // The slot's histogram and filter start over as if just made.
+  k->hist = k->hist_store;
+  vorn_histogram_zero(k->hist);
   t->active[t->active_count++] = k;
 
+  k->filter = k->filter_store;
+  vorn::kalman_restart(k->filter);
   static const float kTransition[16] = {1, 0, 1, 0, 0, 1, 0, 1, 0, 0, 1, 0, 0, 0, 0, 1};
   static const float kMeasure[8] = {1, 0, 0, 0, 0, 1, 0, 0};
   vorn_kalman_matrixs m;

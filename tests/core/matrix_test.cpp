@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/fault_inject.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -167,19 +168,23 @@ TEST(Matrix, InversePivotsAndUnswaps) {
   for (int i = 0; i < 4; ++i)
     for (int j = 0; j < 4; ++j) EXPECT_NEAR(vorn_matrix_get_value(id, j, i), i == j ? 1.0 : 0.0, 1e-5);
 
-  // Filter-sized matrices keep their pivot tables on the stack: no allocation at all.
+  // Up to 16 x 16 the pivot tables take no block; a larger matrix's block fails cleanly and leaves it untouched.
   vorn_matrix *small = M(2, 2, {2, 0, 0, 4});
-  EXPECT_EQ(vorn_test::sweep_allocation_failures([&] { return vorn_matrix_inverse(small) == VORN_OK; }), 0);
-  // Larger ones allocate them; a failure is clean and leaves the matrix untouched.
+  if (vorn::fault_inject_available()) {
+    EXPECT_EQ(vorn_test::sweep_allocation_failures([&] { return vorn_matrix_inverse(small) == VORN_OK; }), 0);
+  }
   vorn_matrix *keep = M(17, 17);
   vorn_matrix_normal(keep, 2.0f);
   const std::vector<float> before = elements(keep);
-  EXPECT_GE(vorn_test::sweep_allocation_failures([&] {
+  EXPECT_EQ(vorn_test::sweep_allocation_failures([&] {
               vorn_result r = vorn_matrix_inverse(keep);
-              if (r == VORN_E_NOMEM) EXPECT_EQ(elements(keep), before);
+              if (r == VORN_E_NOMEM) {
+                EXPECT_EQ(elements(keep), before);
+              }
               return r == VORN_OK;
             }),
-            2);
+            1);
+  EXPECT_EQ(vorn_matrix_get_value(keep, 16, 16), 0.5f);
 }
 
 TEST(Matrix, AllocationFailuresAreCleanedUp) {

@@ -45,14 +45,6 @@ inline std::vector<uint8_t> bytes_of(const vorn_mono_image *m) {
   return std::vector<uint8_t>(m->data, m->data + (size_t)m->width * m->height);
 }
 
-// The CPU feature masks every kernel test runs under: whatever the CPU has, then the plain kernels only.
-inline std::vector<uint32_t> isa_masks() { return {0u, vorn::kCpuAvx2 | vorn::kCpuSse41 | vorn::kCpuSsse3}; }
-
-struct CpuMaskScope {
-  explicit CpuMaskScope(uint32_t m) { vorn::cpu_set_mask(m); }
-  ~CpuMaskScope() { vorn::cpu_set_mask(0); }
-};
-
 }  // namespace vorn_test
 
 #endif

@@ -61,7 +61,7 @@ bool normal(vorn_result r) {
 // until frame `at` runs without the failure firing. Returns the number of allocation points of frame `at`.
 int sweep_frame(const Stream &s, int at, const std::string &what) {
   vorn_init();
-  frame(at + 1);  // every frame of the run is made before any allocation is failed
+  frame_bytes(at + 1);  // the frames are made (with the library's own images) before any failure is armed
   const int64_t live = vorn::live_blocks();
   for (uint32_t k = 1; k < 1000; ++k) {
     void *o = s.make();
@@ -224,42 +224,33 @@ TEST(AllocSweep, EveryModelFrame) {
 TEST(AllocSweep, GuardFrames) {
   Stream s;
   s.make = []() -> void * {
-    // A cumulative-mean model that has learned after two frames: from then on the moving blocks are objects.
-    const vorn_guard_params gp = {kW, kH, VORN_FORMAT_YUV, 3};
+    const vorn_guard_params gp = {kW, kH, VORN_FORMAT_YUV, 2};
     vorn_guard *g = nullptr;
     if (vorn_guard_create(&gp, &g) != VORN_OK) return nullptr;
     vorn_guard_set_lines(g, vorn_line{32, 4, 32, 44}, vorn_line{0, 24, 60, 24}, 10);
-    vorn_bk_model *m = nullptr;
-    vorn_guard_get_bk_model(g, &m);
-    bk_model_set_param(m, 2, VORN_BK_PARAM_LEARN_FRAMES);
     return g;
   };
   s.step = [](void *g, int i) { return vorn_guard_put_image(static_cast<vorn_guard *>(g), frame(i), VORN_FRAME_BMP24); };
   s.destroy = [](void *g) { vorn_guard_destroy(static_cast<vorn_guard *>(g)); };
-  int points = 0;
-  for (int at = 2; at < 12; ++at) points += sweep_frame(s, at, "guard");
-  EXPECT_GT(points, 10);
+  // Steady frames allocate nothing (the corner search and the pyramids keep their buffers); the points the first
+  // frames have must be answered and survived.
+  for (int at = 0; at < 12; ++at) sweep_frame(s, at, "guard");
 }
 
 TEST(AllocSweep, TrackerFrames) {
   Stream s;
   s.make = []() -> void * {
-    const vorn_tracker_params tp = {kW, kH, VORN_FORMAT_YUV, 3};
+    const vorn_tracker_params tp = {kW, kH, VORN_FORMAT_YUV, 2};
     vorn_tracker *t = nullptr;
-    if (vorn_tracker_create(&tp, &t) != VORN_OK) return nullptr;
-    vorn_bk_model *m = nullptr;
-    vorn_bk_model_vtable *ops = nullptr;
-    vorn_tracker_get_bk_model(t, &m, &ops);
-    ops->set_param(m, 2, VORN_BK_PARAM_LEARN_FRAMES);
-    return t;
+    return vorn_tracker_create(&tp, &t) == VORN_OK ? t : nullptr;
   };
   s.step = [](void *t, int i) {
     return vorn_tracker_process(static_cast<vorn_tracker *>(t), frame(i), VORN_FRAME_BMP24);
   };
   s.destroy = [](void *t) { vorn_tracker_destroy(static_cast<vorn_tracker *>(t)); };
-  int points = 0;
-  for (int at = 2; at < 16; ++at) points += sweep_frame(s, at, "tracker");
-  EXPECT_GT(points, 1);
+  // The tracker makes its buffers at create, so its frames may have no allocation point left; whatever points the
+  // first frames have (the first one included) must be answered and survived.
+  for (int at = 0; at < 16; ++at) sweep_frame(s, at, "tracker");
 }
 
 TEST(AllocSweep, CounterAndDetectorFrames) {

@@ -16,6 +16,8 @@ const Register kEntries{
     E(vorn_result_name, Spec{}, (vorn_result)VORN_E_PARAM),
     E(vorn_result_message, Spec{}, (vorn_result)VORN_E_PARAM),
     E(vorn_mono_image_thin, Spec{}),
+    E(vorn_result_name, Spec{}, VORN_E_PARAM),
+    E(vorn_result_message, Spec{}, 0xFFFFFFFFu),
 
     // --- images and bitmaps ---
     E(vorn_image_alloc, Spec{}, kW, kH, (uint32_t)VORN_FORMAT_YUV),

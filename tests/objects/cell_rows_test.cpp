@@ -8,6 +8,7 @@
 
 #include "core/cpu.h"
 #include "objects/cell_rows.h"
+#include "support/test_support.h"
 #include "vorn_obj_maker.h"
 
 namespace {
@@ -61,7 +62,7 @@ TEST(CellRows, BlockMakerGivesTheSameObjectsWithoutSimd) {
     vorn_mono_image img{300, 211, px.data()};
     std::vector<vorn_obj> got[2];
     for (int pass = 0; pass < 2; ++pass) {
-      vorn::cpu_set_mask(pass ? (uint32_t)vorn::kCpuSse2 : 0u);
+      vorn_test::CpuMaskScope scope(pass ? vorn_test::isa_masks().back() : 0u);
       vorn_obj_maker_params p{300, 211, 64, 0};
       vorn_obj_maker *m = nullptr;
       ASSERT_EQ(vorn_obj_maker_create(&p, &m), VORN_OK);
@@ -73,7 +74,6 @@ TEST(CellRows, BlockMakerGivesTheSameObjectsWithoutSimd) {
       for (auto &o : got[pass]) o.points = nullptr;
       vorn_obj_maker_destroy(m);
     }
-    vorn::cpu_set_mask(0);
     ASSERT_EQ(got[0].size(), got[1].size());
     for (size_t i = 0; i < got[0].size(); ++i) {
       EXPECT_EQ(memcmp(&got[0][i], &got[1][i], sizeof(vorn_obj)), 0) << i;

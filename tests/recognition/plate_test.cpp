@@ -9,6 +9,7 @@
 
 #include "plate_synth.h"
 #include "recognition/plate_internal.h"
+#include "core/fault_inject.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -315,3 +316,30 @@ TEST(PlateReader, RefusesBadParametersAndWeightFiles) {
 }
 
 }  // namespace
+
+// After the first frame the reader allocates nothing, whether a frame holds a plate or not.
+TEST(PlateReader, SteadyFramesAllocateNothing) {
+  vorn_init();
+  if (!vorn::fault_inject_available()) GTEST_SKIP() << "this build counts no allocations (fault injection off)";
+  const std::string dir = kWeights;
+  vorn_plate_params p = reader_params(dir);
+  vorn_plate *reader = nullptr;
+  ASSERT_EQ(vorn_plate_create(&p, &reader), VORN_OK);
+  plate_synth::SceneOptions opt;
+  std::vector<std::vector<uint8_t>> scenes;
+  for (int i = 0; i < 4; ++i) {
+    std::mt19937 rng(901 + i);
+    plate_synth::SceneTruth t;
+    scenes.push_back(plate_synth::make_scene(rng, opt, &t).to_bmp24());
+  }
+  plate_synth::Rgb empty(640, 480);
+  scenes.push_back(empty.to_bmp24());
+  int read = 0;
+  for (int f = 0; f < 200; ++f) {
+    if (f == 1) vorn::fault_inject_fail_at(0);
+    read += vorn_plate_process(reader, scenes[(size_t)f % scenes.size()].data(), VORN_FRAME_BMP24) == VORN_OK;
+  }
+  EXPECT_EQ(vorn::fault_inject_count(), 0u);
+  EXPECT_GT(read, 100) << "most frames hold a readable plate";
+  vorn_plate_destroy(reader);
+}

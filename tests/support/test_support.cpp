@@ -9,9 +9,18 @@
 
 #include <gtest/gtest.h>
 
+#include "core/cpu.h"
 #include "core/fault_inject.h"
 
 namespace vorn_test {
+
+std::vector<uint32_t> isa_masks() {
+  const uint32_t wide = vorn::kCpuAvx512, avx = wide | vorn::kCpuAvx2;
+  return {0u, wide, avx, avx | vorn::kCpuSse41 | vorn::kCpuSsse3 | vorn::kCpuSse2};
+}
+
+CpuMaskScope::CpuMaskScope(uint32_t mask) { vorn::cpu_set_mask(mask); }
+CpuMaskScope::~CpuMaskScope() { vorn::cpu_set_mask(0); }
 
 int sweep_allocation_failures(const std::function<bool()> &attempt) {
   if (!vorn::fault_inject_available()) {

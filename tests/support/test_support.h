@@ -17,6 +17,18 @@ namespace vorn_test {
 // (0 when the build has no fault injection, after marking the test skipped).
 int sweep_allocation_failures(const std::function<bool()> &attempt);
 
+// The CPU feature masks every kernel test runs under, widest first: whatever the CPU has, without AVX-512,
+// without AVX2 either, and the plain kernels only. Each kernel family's table for that level is what runs.
+std::vector<uint32_t> isa_masks();
+
+// Masks CPU features off (vorn::cpu_set_mask) for its lifetime.
+struct CpuMaskScope {
+  explicit CpuMaskScope(uint32_t mask);
+  ~CpuMaskScope();
+  CpuMaskScope(const CpuMaskScope &) = delete;
+  CpuMaskScope &operator=(const CpuMaskScope &) = delete;
+};
+
 // A path in the test's scratch directory.
 std::string temp_path(const std::string &name);
 

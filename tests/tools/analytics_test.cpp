@@ -20,6 +20,7 @@ std::unique_ptr<vt::Analytic> make(const char *kind, const vt::StreetScene &scen
 
 // Events of a run of the program, one parsed object per line.
 std::vector<vt::Json> events_of(const std::string &path) {
+  EXPECT_EQ(tool_test::schema_failures(path), "");
   std::vector<vt::Json> out;
   std::string text = tool_test::read_text(path);
   size_t pos = 0;

@@ -1,6 +1,8 @@
 // Runs of the `vorn` program itself: exit statuses, messages, and the files it writes.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "analytic_registry.h"
 #include "json.h"
 #include "report.h"
@@ -51,6 +53,50 @@ TEST(Cli, BadInputsStopWithOneMessage) {
                      dir + "/c.json:2:30: left.region: a polygon needs at least 3 points, got 2");
 }
 
+TEST(Cli, OutputsInMissingFoldersAreRefusedBeforeAnyFrame) {
+  const std::string dir = tool_test::scratch_dir();
+  expect_one_message(run_tool("bgsub --frames 3 --snapshot " + dir + "/no/s.png"), 2,
+                     "--snapshot: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("guard --frames 3 --annotate " + dir + "/no/a.mp4"), 2,
+                     "--annotate: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("trajectories --frames 3 --save " + dir + "/no/t.vbct"), 2,
+                     "trajectories: --save: folder '" + dir + "/no' does not exist");
+  expect_one_message(run_tool("track --frames 3 --events " + dir + "/no/e.jsonl"), 2,
+                     "--events: folder '" + dir + "/no' does not exist");
+}
+
+TEST(Cli, AnInputCutShortFailsTheRunUnlessTolerated) {
+  const std::string dir = tool_test::scratch_dir();
+  ASSERT_EQ(run_tool("scene " + dir + "/s.avi --codec mpeg4 --frames 30 --quiet").status, 0);
+  const std::string whole = tool_test::read_text(dir + "/s.avi");
+  {
+    std::ofstream cut(dir + "/cut.avi", std::ios::binary);
+    cut << whole.substr(0, whole.size() / 2);
+  }
+  // Events on standard output: the summary and the damage go to standard error, standard output stays JSON lines.
+  tool_test::Run r = run_tool("track " + dir + "/cut.avi");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("vorn: input '" + dir + "/cut.avi': ended after "), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find(" of 30 frames"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("stream 0 was damaged: ended after"), std::string::npos) << r.err;
+  for (size_t pos = 0; pos < r.out.size();) {
+    size_t nl = r.out.find('\n', pos);
+    ASSERT_NE(nl, std::string::npos);
+    EXPECT_EQ(vt::parse_json(r.out.substr(pos, nl - pos), "stdout").type, vt::Json::kObject);
+    pos = nl + 1;
+  }
+  r = run_tool("track --quiet --tolerate-errors " + dir + "/cut.avi");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.err.find("(tolerated)"), std::string::npos) << r.err;
+  // The whole file reads cleanly, and info names the damage of the other.
+  EXPECT_EQ(run_tool("track --quiet " + dir + "/s.avi").status, 0);
+  r = run_tool("info " + dir + "/cut.avi " + dir + "/s.avi");
+  ASSERT_EQ(r.status, 0);
+  const size_t nl = r.out.find('\n');
+  EXPECT_NE(vt::parse_json(r.out.substr(0, nl), "info").find("problem"), nullptr);
+  EXPECT_EQ(vt::parse_json(r.out.substr(nl + 1), "info").find("problem"), nullptr);
+}
+
 TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {
   const std::string dir = tool_test::scratch_dir();
   tool_test::Run r = run_tool("scene " + dir + "/s.mp4 --frames 20 --truth " + dir + "/t.json");
@@ -76,8 +122,10 @@ TEST(Cli, SceneCommandWritesAVideoAndItsTruth) {
 
 TEST(Cli, DemoWritesItsOutputs) {
   const std::string dir = tool_test::scratch_dir() + "/out";
-  tool_test::Run r = run_tool("demo --frames 40 --out " + dir);
+  tool_test::Run r = run_tool("demo --frames 40 --out " + dir + " --event-snapshots " + dir.substr(0, dir.rfind('/')));
   ASSERT_EQ(r.status, 0) << r.err;
+  // Every event is valid against the shipped schema, and has its picture.
+  EXPECT_EQ(tool_test::schema_failures(dir + "/events.jsonl"), "");
   EXPECT_NE(r.out.find("the scene holds:"), std::string::npos);
   EXPECT_TRUE(tool_test::file_exists(dir + "/annotated.mp4"));
   EXPECT_TRUE(tool_test::file_exists(dir + "/snapshot.png"));
@@ -96,7 +144,13 @@ TEST(Cli, DemoWritesItsOutputs) {
   while (pos < events.size()) {
     size_t nl = events.find('\n', pos);
     ASSERT_NE(nl, std::string::npos);
-    EXPECT_EQ(vt::parse_json(events.substr(pos, nl - pos), "event").type, vt::Json::kObject);
+    const vt::Json e = vt::parse_json(events.substr(pos, nl - pos), "event");
+    ASSERT_NE(e.find("snapshot"), nullptr);
+    const std::string shot = e.find("snapshot")->text;
+    EXPECT_NE(shot.find("@scene-" + std::to_string(int(e.find("frame")->number)) + "-" + e.find("kind")->text), std::string::npos);
+    vt::VideoReader picture(shot);
+    ASSERT_TRUE(picture.next(f));
+    EXPECT_EQ(f.width, 768);
     pos = nl + 1;
   }
 }
@@ -109,6 +163,29 @@ TEST(Cli, SeveralStreamsGetTheirOwnOutputs) {
   tool_test::Run r = run_tool("demo --jobs 2 --frames 12 --out " + dir);
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("with 1 job"), std::string::npos);  // one stream: one thread whatever --jobs says
+}
+
+TEST(Events, TheSchemaRefusesWhatIsNoEvent) {
+  const std::string dir = tool_test::scratch_dir();
+  vt::Event e;
+  e.stream_name = "cam";
+  e.analytic = "guard";
+  e.kind = "cross";
+  e.boxes = {vt::Box{1, 2, 3, 4}};
+  e.wall_time = "2026-11-25T01:20:03.042+01:00";
+  std::ofstream(dir + "/good.jsonl") << vt::event_json(e) << "\n";
+  EXPECT_EQ(tool_test::schema_failures(dir + "/good.jsonl"), "");
+  const std::string good = vt::event_json(e);
+  const std::pair<std::string, std::string> bad[] = {
+      {"[1,2,3,4]", "[1,2,3]"}, {"\"cam\"", "\"\""}, {"+01:00", "Z"}, {"\"cross\"", "\"Cross\""},
+      {"\"counts\":{}", "\"counts\":{\"n\":1.5}"}};
+  for (const auto &b : bad) {
+    std::string text = good;
+    ASSERT_NE(text.find(b.first), std::string::npos) << b.first;
+    text.replace(text.find(b.first), b.first.size(), b.second);
+    std::ofstream(dir + "/bad.jsonl") << text << "\n";
+    EXPECT_NE(tool_test::schema_failures(dir + "/bad.jsonl"), "") << text;
+  }
 }
 
 TEST(Events, OneJsonObjectWithEveryField) {

@@ -175,6 +175,15 @@ TEST(Config, ErrorsPointAtTheOffendingValue) {
   EXPECT_EQ(config_error("{\"analytic\": []}"), "c.json:1:14: unknown field \"analytic\" (expected \"analytics\" and \"inputs\")");
 }
 
+TEST(Config, AByteOrderMarkIsAccepted) {
+  vt::RunPlan plan;
+  vt::load_config_text("\xEF\xBB\xBF{\"analytics\": [{\"kind\": \"track\"}]}", "c.json", plan);
+  ASSERT_EQ(plan.analytics.size(), 1u);
+  EXPECT_EQ(plan.analytics[0].kind, "track");
+  // Positions in messages count from the text after the mark.
+  EXPECT_EQ(config_error("\xEF\xBB\xBF{\"analytics\": 3}"), "c.json:1:15: \"analytics\" must be an array");
+}
+
 TEST(Config, SingleAnalyticCommandTakesItsSettingsFromOneSource) {
   std::string dir = testing::TempDir();
   std::string path = dir + "/vorn_guard_config.json";

@@ -110,9 +110,20 @@ TEST(Registry, HelpAndInfoListEveryEntry) {
     listed.push_back(vt::parse_json(info.out.substr(pos, nl - pos), "info").find("analytic")->text);
     pos = nl + 1;
   }
+  // The manual page the build wrote next to the program.
+  const std::string exe = VORN_TOOL_EXE;
+  const std::string man = tool_test::read_text(exe.substr(0, exe.rfind('/')) + "/vorn.1");
+  auto in_man = [&man](const std::string &option) {
+    std::string roff;
+    for (char c : option) roff += c == '-' ? std::string("\\-") : std::string(1, c);
+    return man.find(roff) != std::string::npos;
+  };
+  for (const vt::GeneralOption &o : vt::general_options()) EXPECT_TRUE(in_man(o.name)) << o.name;
   std::vector<std::string> kinds;
   for (const vt::AnalyticSpec *a : vt::analytic_registry()) {
     kinds.push_back(a->kind);
+    EXPECT_NE(man.find(".SS " + std::string(a->kind) + "\n"), std::string::npos) << a->kind;
+    for (const vt::SettingSpec &s : a->settings) EXPECT_TRUE(in_man(s.option())) << s.option();
     EXPECT_NE(all.find("\n  " + std::string(a->kind) + " "), std::string::npos) << a->kind;
     // `vorn KIND --help` (or -h) prints the command's usage with every setting, and succeeds.
     for (const char *flag : {a == vt::analytic_registry()[0] ? "-h" : "--help"}) {

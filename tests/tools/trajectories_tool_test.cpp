@@ -145,8 +145,11 @@ TEST(TrajectoriesTool, BadSettingsGiveOneMessage) {
   std::fclose(c);
   expect(tool_test::run_tool("run --config " + dir + "/c.json"), 2,
          dir + "/c.json:2:16: trajectories.min_length must be a whole number in 1..1000000");
-  expect(tool_test::run_tool("trajectories --frames 3 --save " + dir + "/no/such/dir/t.vbct"), 1,
-         "trajectories: cannot write '" + dir + "/no/such/dir/t.vbct': No such file or directory");
+  // A folder that does not exist is found before any frame; one that refuses the file, when it is opened.
+  expect(tool_test::run_tool("trajectories --frames 3 --save " + dir + "/no/such/dir/t.vbct"), 2,
+         "trajectories: --save: folder '" + dir + "/no/such/dir' does not exist");
+  expect(tool_test::run_tool("trajectories --frames 3 --save " + dir), 1,
+         "trajectories: cannot write '" + dir + "': Is a directory");
 }
 
 }  // namespace

@@ -96,8 +96,8 @@ std::vector<Corner> run(vorn_image *img, unsigned md, unsigned wanted, const vor
 }
 
 TEST(GoodFeatures, MatchesTheDefinitionOnEveryKernel) {
-  for (bool scalar : {false, true}) {
-    vorn::cpu_set_mask(scalar ? ~0u : 0u);
+  for (uint32_t isa : vorn_test::isa_masks()) {
+    vorn_test::CpuMaskScope scope(isa);
     for (auto sz : {std::pair<int, int>{3, 3}, {4, 9}, {61, 47}, {160, 120}}) {
       const int w = sz.first, h = sz.second;
       std::vector<uint8_t> g = blocks(w, h, (uint32_t)(w * 7 + h));
@@ -114,7 +114,7 @@ TEST(GoodFeatures, MatchesTheDefinitionOnEveryKernel) {
       for (unsigned md : {0u, 1u, 3u, 10u})
         for (unsigned wanted : {1u, 8u, 100u, 100000u}) {
           EXPECT_EQ(run(img, md, wanted, nullptr, nullptr), ref.corners(md, wanted, nullptr))
-              << w << "x" << h << " md " << md << " n " << wanted << (scalar ? " scalar" : "");
+              << w << "x" << h << " md " << md << " n " << wanted << " isa mask " << isa;
           EXPECT_EQ(run(img, md, wanted, &mask, nullptr), ref.corners(md, wanted, m.data()))
               << w << "x" << h << " masked md " << md << " n " << wanted;
         }
@@ -127,7 +127,6 @@ TEST(GoodFeatures, MatchesTheDefinitionOnEveryKernel) {
       vorn_image_free(img);
     }
   }
-  vorn::cpu_set_mask(0);
 }
 
 TEST(GoodFeatures, WorkedCasesAndArguments) {

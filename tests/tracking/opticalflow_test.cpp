@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "core/cpu.h"
+#include "core/fault_inject.h"
 #include "support/test_support.h"
 #include "vorn.h"
 
@@ -189,16 +190,20 @@ TEST(OpticalFlow, ArgumentChecks) {
   EXPECT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, cp, cp, &p, &q, &st, 1, 10, 10), VORN_E_PARAM);
   vorn_pyramid_destroy(cp);
   vorn_image_free(colour);
-  // In-place tracking (the output array is the input array) and the one window allocation.
-  EXPECT_EQ(vorn_test::sweep_allocation_failures([&] {
-              vorn_point2f pt{30.0f, 20.0f};
-              if (vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, &pt, &pt, &st, 1, 10, 10) != VORN_OK)
-                return false;
-              EXPECT_NEAR(pt.x, 31.0f, 0.05f);
-              EXPECT_NEAR(pt.y, 21.0f, 0.05f);
-              return true;
-            }),
-            1);
+  // In-place tracking (the output array is the input array): a 21 x 21 window allocates nothing, a 35 x 35 one
+  // takes one window block, whose failure is reported.
+  for (int32_t half : {10, 17}) {
+    const int points = vorn_test::sweep_allocation_failures([&] {
+      vorn_point2f pt{30.0f, 20.0f};
+      if (vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, &pt, &pt, &st, 1, half, 10) != VORN_OK) return false;
+      EXPECT_NEAR(pt.x, 31.0f, 0.05f);
+      EXPECT_NEAR(pt.y, 21.0f, 0.05f);
+      return true;
+    });
+    if (vorn::fault_inject_available()) {
+      EXPECT_EQ(points, half > 16 ? 1 : 0) << half;
+    }
+  }
 }
 
 TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
@@ -210,16 +215,17 @@ TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
   for (int32_t half : {1, 10, 15}) {
     std::vector<vorn_point2f> want(from.size());
     std::vector<uint32_t> s_want(from.size());
-    // Plain kernels first, then SSE2 alone, then everything the processor has.
-    const uint32_t masks[3] = {~0u, vorn::kCpuAvx2, 0u};
+    // Plain kernels first, then every wider table up to everything the processor has.
+    std::vector<uint32_t> masks = vorn_test::isa_masks();
+    std::reverse(masks.begin(), masks.end());
     for (uint32_t m : masks) {
       std::vector<vorn_point2f> got(from.size());
       std::vector<uint32_t> s_got(from.size());
-      vorn::cpu_set_mask(m);
+      vorn_test::CpuMaskScope scope(m);
       ASSERT_EQ(vorn_opticalflow_pyr_lk(&f.prev, &f.cur, f.pa, f.pb, from.data(), got.data(), s_got.data(),
                                         (uint32_t)from.size(), half, 10),
                 VORN_OK);
-      if (m == ~0u) {
+      if (m == masks.front()) {
         want = got, s_want = s_got;
         continue;
       }
@@ -229,7 +235,6 @@ TEST(OpticalFlow, VectorAndPlainKernelsGiveTheSamePositions) {
       }
     }
   }
-  vorn::cpu_set_mask(0);
 }
 
 TEST(SubPixel, BilinearValuesAndBorderRepeat) {
