@@ -13,8 +13,6 @@ const Register kEntries{
     E(vorn_release, Spec{}),
     E(vorn_get_version, Spec{}),
     E(vorn_get_stat_info, Spec{"00"}, (void *)w.counter, &w.stat),
-    E(vorn_result_name, Spec{}, (vorn_result)VORN_E_PARAM),
-    E(vorn_result_message, Spec{}, (vorn_result)VORN_E_PARAM),
     E(vorn_mono_image_thin, Spec{}),
     E(vorn_result_name, Spec{}, VORN_E_PARAM),
     E(vorn_result_message, Spec{}, 0xFFFFFFFFu),
