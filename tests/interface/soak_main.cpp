@@ -1,8 +1,9 @@
 // soak: many frames through every analytic and background model (make soak: 100 000). The scene repeats every
 // kScenePeriod frames. Memory: the library's live blocks at the end of each period may not exceed those at the
 // end of the first tenth, and the resident memory may not grow by more than 1 MB after it. Results: a part
-// (model, analytic) has settled once its digest stayed the same for a fifth of the run (3000 frames at least); it must then give that
-// digest to the end (a result that held for 20 000 frames and then changes is a long-run fault). Parts that keep
+// (model, analytic) has settled once its digest stayed the same for a fifth of the run (3000 frames at least);
+// it must then give that digest to the end (a result that held for 20 000 frames and then changes is a long-run
+// fault). Parts that keep
 // adapting to the scene (the mixture model, the cumulative means and what they feed) are listed, not failed.
 // Usage: soak [frames]. Exit status 1 on growth or a changed result.
 #include <stdio.h>
