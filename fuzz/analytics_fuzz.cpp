@@ -58,7 +58,7 @@ void guard(vorn_fuzz::Input &in, uint32_t w, uint32_t h, std::vector<uint8_t> &f
 void counter(vorn_fuzz::Input &in, uint32_t w, uint32_t h, std::vector<uint8_t> &f) {
   const std::vector<vorn_point> a0 = polygon(in, 40), a1 = polygon(in, 40);
   const vorn_counter_params p = {a0.data(), a1.data(), (int32_t)a0.size(), (int32_t)a1.size(), w, h,
-                                 in.u32(), in.range(0, 8), in.u8() & 1, 0};
+                                 in.u32(), in.range(0, 8), (uint32_t)(in.u8() & 1), 0};
   vorn_counter *c = vorn_counter_create(&p);
   if (!c) abort();
   vorn_counter_start(c);

@@ -137,8 +137,9 @@ vorn_result shadow_detect(vorn_mono_image *fg, const vorn_image *bk, const vorn_
     } else {
       const size_t at = (size_t)y * w;
       for (int r = 0; r < 3; ++r) {
-        p.bk_l[r] = bk->plane[l] + at + (size_t)(r - 1) * w;
-        p.cur_l[r] = cur->plane[l] + at + (size_t)(r - 1) * w;
+        const size_t row = (size_t)(y - 1 + (uint32_t)r) * w;  // rows y - 1 .. y + 1, never below the plane
+        p.bk_l[r] = bk->plane[l] + row;
+        p.cur_l[r] = cur->plane[l] + row;
       }
       p.bk_a = bk->plane[a] + at, p.bk_b = bk->plane[b] + at;
       p.cur_a = cur->plane[a] + at, p.cur_b = cur->plane[b] + at;

@@ -71,7 +71,11 @@ install_wine32() {
     return 0
   fi
   echo "deps.sh: wine32:i386 cannot be installed; apt said:" >&2
-  grep -E "^(E|Err):|Depends:|Hashes|Filesize|unexpected size" "$log" | head -n 24 | sed 's/^/  /' >&2
+  grep -E "^(E|Err):|Depends:|unexpected size" "$log" | head -n 24 | sed 's/^/  /' >&2
+  if grep -q "binary-i386" "$log"; then
+    echo "  (an i386 package index could not be downloaded, so the i386 libraries wine32 needs have no version" >&2
+    echo "   matching the installed native ones)" >&2
+  fi
   if [ -n "$added" ] && ! dpkg-query -W -f='${binary:Package}\n' 2>/dev/null | grep -q ':i386$'; then
     $SUDO dpkg --remove-architecture i386
     echo "deps.sh: the i386 architecture was removed again (nothing of it is installed)" >&2

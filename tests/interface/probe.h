@@ -78,7 +78,7 @@ struct Raw {
 template <class T>
 struct Out {
   T *value = nullptr;
-  void (*release)(T *) = nullptr;
+  std::function<void(T *)> release;
 };
 
 std::string describe_code(uint64_t v);
@@ -423,6 +423,7 @@ class Prober {
       }
     };
     (one(std::integral_constant<size_t, I>{}), ...);
+    (void)one;
   }
 
   template <size_t Skip, class Tup, size_t... I>
@@ -435,6 +436,7 @@ class Prober {
       }
     };
     (one(std::integral_constant<size_t, I>{}), ...);
+    (void)one;
   }
 
   template <class R, size_t J, class F, class Tup, size_t... I>
@@ -482,6 +484,7 @@ class Prober {
       }
     };
     (one(std::integral_constant<size_t, I>{}), ...);
+    (void)one;
   }
 
   template <class R, bool shift, class F, class Tup, size_t... I>
@@ -503,6 +506,7 @@ class Prober {
       }
     };
     (one(std::integral_constant<size_t, I>{}), ...);
+    (void)one;
   }
 
   template <class R, class F, class Tup, size_t... I>
@@ -533,6 +537,7 @@ class Prober {
       }
     };
     (one(std::integral_constant<size_t, I>{}), ...);
+    (void)one;
   }
 
   std::string name_;

@@ -28,6 +28,9 @@ const vorn_point kArea1[] = {{26, 2}, {46, 2}, {46, 30}, {26, 30}, {26, 2}};
 
 }  // namespace
 
+const char *const kPartNames[kParts] = {"model 0", "model 1", "model 2", "model 3", "model 4", "model 5", "model 6",
+                                        "model 7", "model 8", "guard", "tracker", "counter", "left/lost detector"};
+
 const std::vector<std::vector<uint8_t>> &frames() {
   static const std::vector<std::vector<uint8_t>> all = [] {
     vorn_init();
@@ -71,32 +74,32 @@ Analytics::~Analytics() {
   vorn_obld_destroy(obld_);
 }
 
-void Analytics::step(int i, Digest *d) {
+void Analytics::step(int i, Digest d[kParts]) {
   uint8_t *f = frame(i);
   vorn_mono_image *fg = nullptr;
   for (uint32_t t = 0; t < 9; ++t) {
-    d->word(ops_[t].process(models_[t], f, VORN_FRAME_BMP24));
-    if (ops_[t].get_fg(models_[t], &fg) == VORN_OK && fg) d->bytes(fg->data, (size_t)fg->width * fg->height);
+    d[t].word(ops_[t].process(models_[t], f, VORN_FRAME_BMP24));
+    if (ops_[t].get_fg(models_[t], &fg) == VORN_OK && fg) d[t].bytes(fg->data, (size_t)fg->width * fg->height);
   }
-  d->word(vorn_guard_put_image(guard_, f, VORN_FRAME_BMP24));
+  d[9].word(vorn_guard_put_image(guard_, f, VORN_FRAME_BMP24));
   uint32_t event = 0;
   vorn_guard_get_event(guard_, &event);
-  d->word(event);
-  d->word(vorn_tracker_process(tracker_, f, VORN_FRAME_BMP24));
+  d[9].word(event);
+  d[10].word(vorn_tracker_process(tracker_, f, VORN_FRAME_BMP24));
   vorn_tracker_obj *objs = nullptr;
   uint32_t n = 0;
   vorn_tracker_get_objs(tracker_, &objs, &n);
   for (uint32_t k = 0; k < n; ++k) {
     const int32_t box[6] = {objs[k].left, objs[k].top, objs[k].right, objs[k].bottom, objs[k].cx, objs[k].cy};
-    d->bytes(box, sizeof box);
+    d[10].bytes(box, sizeof box);
   }
   // The counter takes the mean model's mask.
-  if (ops_[3].get_fg(models_[3], &fg) == VORN_OK && fg) d->word(vorn_counter_set_mask(counter_, fg->data));
-  d->word(vorn_counter_get_event(counter_));
-  d->word(vorn_obld_put_image(obld_, f, VORN_FRAME_BMP24));
+  if (ops_[3].get_fg(models_[3], &fg) == VORN_OK && fg) d[11].word(vorn_counter_set_mask(counter_, fg->data));
+  d[11].word(vorn_counter_get_event(counter_));
+  d[12].word(vorn_obld_put_image(obld_, f, VORN_FRAME_BMP24));
   vorn_rect rects[32];
   vorn_obld_get_lost_objects_rect(obld_, rects, &n);
-  d->word(n);
+  d[12].word(n);
 }
 
 }  // namespace vorn_scene

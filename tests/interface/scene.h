@@ -30,14 +30,17 @@ struct Digest {
 };
 
 // Every analytic and background model of the library, each driven by the scene; step(i) takes frame i and folds
-// its answer and outputs into `d`.
+// each one's answer and outputs into its own digest: d[0..8] the model types, then guard, tracker, counter and
+// left/lost detector.
+constexpr int kParts = 13;
+extern const char *const kPartNames[kParts];
 class Analytics {
  public:
   Analytics();
   ~Analytics();
   Analytics(const Analytics &) = delete;
   Analytics &operator=(const Analytics &) = delete;
-  void step(int i, Digest *d);
+  void step(int i, Digest d[kParts]);
 
  private:
   vorn_bk_model_vtable ops_[9];

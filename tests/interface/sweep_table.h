@@ -42,12 +42,12 @@ Out<T> out(void (*release)(T *)) {
 template <class T>
 Out<T> out(vorn_result (*release)(T *)) {
   Out<T> o;
-  o.release = reinterpret_cast<void (*)(T *)>(release);
+  o.release = [release](T *p) { release(p); };
   return o;
 }
 inline Out<void> model_out(vorn_result (*destroy)(vorn_bk_model *)) {
   Out<void> o;
-  o.release = reinterpret_cast<void (*)(void *)>(destroy);
+  o.release = [destroy](void *p) { destroy(static_cast<vorn_bk_model *>(p)); };
   return o;
 }
 

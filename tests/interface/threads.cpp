@@ -14,9 +14,11 @@ constexpr int kFrames = 3 * vorn_scene::kScenePeriod;
 
 uint64_t run(int offset) {
   vorn_scene::Analytics a;
-  vorn_scene::Digest d;
-  for (int i = 0; i < kFrames; ++i) a.step(i + offset, &d);
-  return d.h;
+  vorn_scene::Digest d[vorn_scene::kParts];
+  for (int i = 0; i < kFrames; ++i) a.step(i + offset, d);
+  vorn_scene::Digest all;
+  for (const vorn_scene::Digest &part : d) all.word(part.h);
+  return all.h;
 }
 
 TEST(Threads, DistinctObjectsMatchASingleThread) {
