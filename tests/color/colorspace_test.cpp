@@ -182,7 +182,12 @@ TEST_F(ColorSpace, MonoIsCopiedIntoEveryPlaneUnscaled) {
   for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(m->data, rgb->plane[p], 6));
 }
 
-TEST_F(ColorSpace, EmptyImagesAndTheSelfTest) {
+TEST_F(ColorSpace, OneDimensionOffEmptyImagesAndTheSelfTest) {
+  // The interface sweep changes both dimensions at once; each is checked on its own.
+  Image rgb = random_image(4, 3, VORN_FORMAT_RGB, 1), wide = make_image(5, 3, VORN_FORMAT_YUV);
+  Mono low(vorn_mono_image_alloc(4, 2));
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_yuv(rgb.get(), wide.get()));
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_y(rgb.get(), low.get()));
   // Empty images convert to nothing successfully.
   Image e0 = make_image(4, 0, VORN_FORMAT_RGB), e1 = make_image(4, 0, VORN_FORMAT_HSV);
   EXPECT_EQ(VORN_OK, vorn_image_rgb_to_hsv(e0.get(), e1.get()));

@@ -67,6 +67,9 @@ TEST_F(Frames, BitmapObjectsAreCheckedBeforeWriting) {
   EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_bmp(rgb.get(), wide.get()));
   for (int p = 0; p < 3; ++p)
     for (int i = 0; i < 12; ++i) ASSERT_EQ(0, rgb->plane[p][i]);
+  Mono low(vorn_mono_image_alloc(4, 2));
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_bmp_to_mono(ok.get(), low.get()));
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_mono_to_bmp(low.get(), ok.get()));
   EXPECT_EQ(VORN_E_PARAM, vorn_image_bmp_to_yuv422(b16.get(), std::vector<uint8_t>(64).data()));
 }
 

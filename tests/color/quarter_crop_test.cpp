@@ -29,6 +29,8 @@ TEST(Quarter, ImageTakesEveryThirdRowAndRepeatsTheLast) {
   for (uint32_t y = 0; y < 6; ++y)
     for (uint32_t x = 0; x < 4; ++x)
       for (int p = 0; p < 3; ++p) EXPECT_EQ(px(src.get(), p, 2 * x, rows[y]), px(dst.get(), p, x, y)) << x << "," << y;
+  Image low = make_image(4, 5, VORN_FORMAT_HSV);  // half the width, not half the height
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_quater(src.get(), low.get()));
 }
 
 TEST(Quarter, BitmapsKeepStoredRowsAndTheirStrides) {

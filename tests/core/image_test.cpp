@@ -21,6 +21,10 @@ TEST(Image, AllocZeroesAndCopyTakesSourceFirst) {
   // Source first.
   ASSERT_EQ(vorn_image_copy(a, b), VORN_OK);
   for (int p = 0; p < 3; ++p) EXPECT_EQ(memcmp(a->plane[p], b->plane[p], 15), 0);
+  // One dimension off is refused (the interface sweep changes both at once).
+  vorn_image *wide = vorn_image_alloc(6, 3, VORN_FORMAT_RGB);
+  EXPECT_EQ(vorn_image_copy(a, wide), VORN_E_PARAM);
+  vorn_image_free(wide);
   vorn_image_free(a);
   vorn_image_free(b);
 }

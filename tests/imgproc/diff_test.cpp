@@ -62,7 +62,12 @@ TEST(Diff, ThresholdsBeyondTheByteRange) {
   EXPECT_EQ(out->data[1], 0);
 }
 
-TEST(Diff, EmptyImagesSucceed) {
+// The interface sweep changes both dimensions at once; here one at a time, and the other shape of the same count.
+TEST(Diff, OneDimensionOffAndEmptyImages) {
+  Image a = image(4, 4), low = image(4, 3);
+  EXPECT_EQ(vorn_image_binary(a.get(), low.get(), 0, 3), VORN_E_PARAM);
+  Mono m = mono(6, 5), turned = mono(5, 6);
+  EXPECT_EQ(vorn_mono_image_xor(m.get(), m.get(), turned.get()), VORN_E_PARAM);
   Image e1 = image(4, 0), e2 = image(4, 0);
   EXPECT_EQ(vorn_image_diff(e1.get(), e2.get(), e1.get(), VORN_PLANE_ALL), VORN_OK);
 }

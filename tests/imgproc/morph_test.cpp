@@ -91,6 +91,16 @@ TEST(Morph, BandRegionAndSizeZero) {
   }
 }
 
+// The other shape of the same count, and a region one row short (the interface sweep changes both dimensions).
+TEST(Morph, SizeChecks) {
+  Mono src = mono(6, 5), dst = mono(5, 6, 3), region = mono(6, 5, 255), low_region = mono(6, 4, 255);
+  Mono good = mono(6, 5, 3);
+  for (OpFn op : kOps) {
+    EXPECT_EQ(op(src.get(), dst.get(), 1, region.get()), VORN_E_PARAM);
+    EXPECT_EQ(op(src.get(), good.get(), 1, low_region.get()), VORN_E_PARAM);
+  }
+}
+
 // A mask that looks like a foreground mask: a few solid blobs with ragged edges, salt noise, holes.
 void fill_foreground(vorn_mono_image *m, uint32_t seed, int density_percent) {
   std::mt19937 rng(seed);

@@ -258,6 +258,9 @@ TEST(Contour, StartRewindsAndFailuresClean) {
   auto again = trace_all(c, rect);  // the marks of the first run are gone
   ASSERT_EQ(again.size(), first.size());
   EXPECT_EQ(again[0].pts.size(), first[0].pts.size());
+  Mask low(8, 7);  // one row off: the interface sweep changes both dimensions
+  vorn_mono_image img = low.image();
+  EXPECT_EQ(vorn_contour_start(c, &img), VORN_E_PARAM);
   // A failed next clears the count it would have filled.
   vorn_contour_info info{nullptr, 5, 1};
   EXPECT_EQ(vorn_contour_next(nullptr, &info), VORN_E_NULL);

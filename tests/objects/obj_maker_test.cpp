@@ -93,7 +93,10 @@ TEST(ObjMakerBlocks, SeedQuirksAndTheCellRings) {
   ASSERT_EQ(objs.size(), 1u);
   EXPECT_EQ(objs[0].left, 40);
 
-  // A frame under 4 pixels is refused.
+  // A mask one dimension off (the interface sweep changes both), a frame under 4 pixels.
+  Mask low(64, 44);
+  vorn_mono_image li = low.image();
+  EXPECT_EQ(vorn_obj_maker_process(mk.m, &li), VORN_E_PARAM);
   Maker tiny(3, 40, 4, 0);
   Mask tm(3, 40);
   vorn_mono_image ti = tm.image();
