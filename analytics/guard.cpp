@@ -7,7 +7,9 @@
 #include "analytics/guard_direction.h"
 #include "geometry/region_raster.h"
 #include "core/memory.h"
+#include "core/plain.h"
 #include "tracking/corner_work.h"
+#include "tracking/pyramid.h"
 #include "vorn_features.h"
 #include "vorn_geometry.h"
 #include "vorn_guard.h"
@@ -48,7 +50,8 @@ struct vorn_guard {
   uint32_t crossed[kMaxFeatures];
   uint32_t triggered[kMaxFeatures];
   int32_t feature_count;
-  vorn_pyramid *prev_pyramid, *cur_pyramid;
+  vorn_pyramid *prev_pyramid, *cur_pyramid;  // made once, then rebuilt in place; read only while tracking
+  uint16_t *pyramid_scratch;
   vorn_obj_maker *obj_maker;
   vorn_line_points line_points;
   uint32_t frame_count;
@@ -57,14 +60,33 @@ struct vorn_guard {
 
 namespace {
 
+// The pyramids are kept for the next tracking: nothing reads them until a frame has rebuilt them.
 void reset_tracking(vorn_guard *g) {
   g->tracking = 0;
   g->feature_count = 0;
   memset(g->crossed, 0, sizeof g->crossed);
   memset(g->triggered, 0, sizeof g->triggered);
-  vorn_pyramid_destroy(g->prev_pyramid);
-  vorn_pyramid_destroy(g->cur_pyramid);
-  g->prev_pyramid = g->cur_pyramid = nullptr;
+}
+
+// Both pyramids and the reduction's scratch, made at create for frames that can have a pyramid, so that no
+// frame allocates. A frame too small for any level has none, and its frames report that as before.
+vorn_result reserve_pyramids(vorn_guard *g, uint32_t w, uint32_t h) {
+  vorn_result r = vorn::pyramid_alloc_mono(w, h, kPyramidLevels, &g->cur_pyramid);
+  if (r == VORN_E_PARAM) return VORN_OK;
+  if (r == VORN_OK) r = vorn::pyramid_alloc_mono(w, h, kPyramidLevels, &g->prev_pyramid);
+  if (r == VORN_OK && !(g->pyramid_scratch = vorn::block_new<uint16_t>(vorn::pyramid_scratch_size(w >> 1))))
+    r = VORN_E_NOMEM;
+  return r;
+}
+
+// The current frame's pyramid: made (and filled) here only when create could not make it, rebuilt in place
+// otherwise. *filled tells whether it already holds the frame.
+vorn_result pyramid_storage(vorn_guard *g, const vorn_mono_image *view, bool *filled) {
+  *filled = false;
+  if (g->cur_pyramid) return VORN_OK;
+  vorn_result r = vorn_pyramid_create_mono_image(view, &g->cur_pyramid, kPyramidLevels);
+  *filled = r == VORN_OK && g->cur_pyramid;
+  return r;
 }
 
 // A failing detector (its work buffers) is reported with the tracking left as it was.
@@ -148,6 +170,7 @@ VORN_API vorn_result vorn_guard_create(const vorn_guard_params *params, vorn_gua
   }
   if (r == VORN_OK)
     r = vorn::corner_work_reserve(&g->corner_work, params->width, params->height, kMaxFeatures, kFeatureSpacing);
+  if (r == VORN_OK) r = reserve_pyramids(g, params->width, params->height);
   if (r != VORN_OK) {
     vorn_guard_destroy(g);
     return r;
@@ -166,6 +189,7 @@ VORN_API vorn_result vorn_guard_destroy(vorn_guard *g) {
   vorn_obj_maker_destroy(g->obj_maker);
   vorn_pyramid_destroy(g->prev_pyramid);
   vorn_pyramid_destroy(g->cur_pyramid);
+  vorn::block_release(g->pyramid_scratch);
   vorn_image_free(g->feature_image);
   vorn::block_release(g->line_points.points);
   vorn::corner_work_release(&g->corner_work);
@@ -253,14 +277,24 @@ VORN_API vorn_result vorn_guard_put_image(vorn_guard *g, uint8_t *frame, uint32_
     return VORN_OK;
   }
 
-  vorn_pyramid_destroy(g->cur_pyramid);
-  g->cur_pyramid = nullptr;
+  // A pyramid of the current frame: the optical flow reads it now when tracking, and next frame when features
+  // are found now; a frame that finds none leaves it unbuilt.
   const vorn_mono_image cur_view = {cur->width, cur->height, cur->plane[0]};
-  if ((r = vorn_pyramid_create_mono_image(&cur_view, &g->cur_pyramid, kPyramidLevels)) != VORN_OK) return r;
+  bool filled;
+  if ((r = pyramid_storage(g, &cur_view, &filled)) != VORN_OK) return r;
   if (!g->cur_pyramid) return VORN_OK;
-
+  if (vorn::plain_paths() && !filled) {
+    vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+    filled = true;
+  }
   // The pyramids move on even when following failed, so the next frame pairs with this one.
-  r = g->tracking == 0 ? find_features(g, cur, fg) : follow_features(g, prev, cur);
+  if (g->tracking == 0) {
+    r = find_features(g, cur, fg);
+    if (g->tracking && !filled) vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+  } else {
+    if (!filled) vorn::pyramid_refill_mono(g->cur_pyramid, &cur_view, g->pyramid_scratch);
+    r = follow_features(g, prev, cur);
+  }
   vorn_pyramid *swap = g->prev_pyramid;
   g->prev_pyramid = g->cur_pyramid;
   g->cur_pyramid = swap;

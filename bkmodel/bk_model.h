@@ -25,6 +25,10 @@ struct vorn_bk_model {
   vorn_mono_image *edge_cur;
   uint32_t edge_valid;       // edge_prev holds a frame's edges
   vorn_mono_image *mask;     // region of interest, 0 = outside
+  // What the variant's update tells the clean-up of this frame (cleared after it): the rows holding every
+  // region byte, [row_first, row_end), when rows_known; fg_zero_outside: fg is 0 wherever the region is.
+  uint32_t rows_known, row_first, row_end;
+  uint32_t fg_zero_outside;
 };
 
 namespace vorn {

@@ -4,6 +4,7 @@
 
 #include "bkmodel/bk_model.h"
 #include "color/frame_table.h"
+#include "core/plain.h"
 #include "vorn_imgproc.h"
 
 namespace vorn {
@@ -56,26 +57,85 @@ inline uint32_t morph_size(uint32_t setting) {
   return n > 10 ? 10 : n;
 }
 
-void work_to_fg(vorn_bk_model *m) { memcpy(m->fg->data, m->work->data, (size_t)m->fg->width * m->fg->height); }
+// Rows [*first, *end) that hold every non-zero byte of the w x h region (first == end when it is empty).
+void region_rows(const vorn_mono_image *mask, uint32_t *first, uint32_t *end) {
+  const size_t w = mask->width, n = w * mask->height;
+  const uint8_t *d = mask->data;
+  size_t a = 0, b = n;
+  while (a + 8 <= n) {
+    uint64_t v;
+    memcpy(&v, d + a, 8);
+    if (v) break;
+    a += 8;
+  }
+  while (a < n && !d[a]) ++a;
+  if (a == n || w == 0) {
+    *first = *end = 0;
+    return;
+  }
+  while (b >= a + 8) {
+    uint64_t v;
+    memcpy(&v, d + b - 8, 8);
+    if (v) break;
+    b -= 8;
+  }
+  while (!d[b - 1]) --b;
+  *first = (uint32_t)(a / w);
+  *end = (uint32_t)((b - 1) / w + 1);
+}
+
+// The clean-up on rows [y0, y1) of every image: outside the rows that hold region bytes each step's output is 0,
+// and those rows' outputs read the source no further than the largest step size away, so the steps run on that
+// band of rows and the rest of fg is 0.
+struct Band {
+  uint32_t y0, y1, w;
+  vorn_mono_image of(vorn_mono_image *img) const { return {w, y1 - y0, img->data + (size_t)y0 * w}; }
+  void copy(vorn_mono_image *dst, const vorn_mono_image *src) const {
+    memcpy(dst->data + (size_t)y0 * w, src->data + (size_t)y0 * w, (size_t)(y1 - y0) * w);
+  }
+};
 
 void clean_up(vorn_bk_model *m) {
   const uint32_t window = m->param[VORN_BK_PARAM_WINDOW];
-  if (window != 0 && byte0(window) != 0) {
-    vorn_morpha_window(m->fg, m->work, byte1(window) + 1, m->mask);
-    work_to_fg(m);
-  }
   const uint32_t erode = m->param[VORN_BK_PARAM_ERODE], dilate = m->param[VORN_BK_PARAM_DILATE];
-  const bool e_on = byte0(erode) != 0, d_on = byte0(dilate) != 0;
+  const bool w_on = window != 0 && byte0(window) != 0, e_on = byte0(erode) != 0, d_on = byte0(dilate) != 0;
+  if (!w_on && !e_on && !d_on) return;
+  const uint32_t w = m->fg->width, h = m->fg->height;
+  uint32_t first = 0, end = h;
+  if (plain_paths()) {
+    // every row, as the rule has it
+  } else if (m->rows_known) {
+    first = m->row_first;
+    end = m->row_end;
+  } else {
+    region_rows(m->mask, &first, &end);
+  }
+  uint64_t reach = 0;
+  if (w_on) reach = byte1(window) + 1;
+  if (e_on && morph_size(erode) > reach) reach = morph_size(erode);
+  if (d_on && morph_size(dilate) > reach) reach = morph_size(dilate);
+  Band b = {first > reach ? (uint32_t)(first - reach) : 0, (uint32_t)(end + reach < h ? end + reach : h), w};
+  if (first == end) b.y0 = b.y1 = 0;
+  if (!m->fg_zero_outside || plain_paths()) {
+    memset(m->fg->data, 0, (size_t)b.y0 * w);
+    memset(m->fg->data + (size_t)b.y1 * w, 0, (size_t)(h - b.y1) * w);
+  }
+  if (b.y0 == b.y1) return;
+  vorn_mono_image fg = b.of(m->fg), work = b.of(m->work), mask = b.of(m->mask);
+  if (w_on) {
+    vorn_morpha_window(&fg, &work, byte1(window) + 1, &mask);
+    b.copy(m->fg, m->work);
+  }
   if (e_on && d_on) {
     // Dilation then erosion: a closing that lands back in fg.
-    vorn_morpha_dilation(m->fg, m->work, morph_size(dilate), m->mask);
-    vorn_morpha_erosion(m->work, m->fg, morph_size(erode), m->mask);
+    vorn_morpha_dilation(&fg, &work, morph_size(dilate), &mask);
+    vorn_morpha_erosion(&work, &fg, morph_size(erode), &mask);
   } else if (e_on) {
-    vorn_morpha_erosion(m->fg, m->work, morph_size(erode), m->mask);
-    work_to_fg(m);
+    vorn_morpha_erosion(&fg, &work, morph_size(erode), &mask);
+    b.copy(m->fg, m->work);
   } else if (d_on) {
-    vorn_morpha_dilation(m->fg, m->work, morph_size(dilate), m->mask);
-    work_to_fg(m);
+    vorn_morpha_dilation(&fg, &work, morph_size(dilate), &mask);
+    b.copy(m->fg, m->work);
   }
 }
 
@@ -108,6 +168,7 @@ VORN_API vorn_result bk_model_process_end(vorn_bk_model *m, vorn_result result) 
     result = remove_shadows(m);
     if (m->post_enable) clean_up(m);
   }
+  m->rows_known = m->fg_zero_outside = 0;
   m->frame_count++;
   if (++m->cur_index >= m->history_count) m->cur_index = 0;
   return result;

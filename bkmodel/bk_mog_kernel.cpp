@@ -2,6 +2,8 @@
 // the model defines it.
 #include "bkmodel/bk_mog_kernel.h"
 
+#include <string.h>
+
 #include "core/cpu.h"
 
 namespace vorn {
@@ -79,10 +81,10 @@ void mog_state_bind(mog_state *s, void *block, size_t npix) {
   s->gauss = reinterpret_cast<mog_gauss *>(static_cast<uint8_t *>(block) + s->groups * sizeof(mog_hot));
 }
 
-void mog_init_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end) {
+void mog_init_state(mog_state *s, const uint8_t *const c3[3], size_t begin, size_t end) {
   for (size_t i = begin; i < end; ++i) {
     const pixel x = pixel_at(s, i);
-    const double c[3] = {(double)p->c[0][i], (double)p->c[1][i], (double)p->c[2][i]};
+    const double c[3] = {(double)c3[0][i], (double)c3[1][i], (double)c3[2][i]};
     x.set(0, c, kFirstVar);
     x.count(0) = 1;
     x.weight(0) = 1.0;
@@ -90,6 +92,19 @@ void mog_init_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end
       for (int q = 0; q < 3; ++q) x.var(k, q) = kFirstVar;
       x.vsum(k) = x.var(k, 0) + x.var(k, 1) + x.var(k, 2);
     }
+  }
+}
+
+void mog_clear_state(mog_state *s, size_t begin, size_t end) {
+  if (begin >= end) return;
+  const size_t g0 = begin / kMogLanes, g1 = (end + kMogLanes - 1) / kMogLanes;
+  memset(&s->hot[g0], 0, (g1 - g0) * sizeof(mog_hot));
+  for (int k = 0; k < kMogComponents; ++k) memset(&s->gauss[k * s->groups + g0], 0, (g1 - g0) * sizeof(mog_gauss));
+}
+
+void mog_init_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end) {
+  mog_init_state(s, p->c, begin, end);
+  for (size_t i = begin; i < end; ++i) {
     p->fg[i] = 0;
     for (int q = 0; q < 3; ++q) p->bk[q][i] = p->c[q][i];
   }
@@ -191,10 +206,29 @@ void mog_update_pixels_c(mog_state *s, const mog_planes *p, size_t begin, size_t
   }
 }
 
+const MogKernels &mog_kernels() {
+  static const MogKernels kAvx512 = {mog_update_pixels_avx512}, kAvx2 = {mog_update_pixels_avx2}, kPlain = {nullptr};
+  const uint32_t f = cpu_flags();
+  return (f & kCpuAvx512) ? kAvx512 : (f & kCpuAvx2) ? kAvx2 : kPlain;
+}
+
 void mog_update_pixels(mog_state *s, const mog_planes *p, size_t begin, size_t end, uint32_t n,
                        const mog_consts *k) {
-  if (cpu_flags() & kCpuAvx2) begin += mog_update_pixels_avx2(s, p, begin, end, n, k);
+  const MogKernels &t = mog_kernels();
+  if (t.update) begin += t.update(s, p, begin, end, n, k);
   mog_update_pixels_c(s, p, begin, end, n, k);
+}
+
+const double *mog_reciprocals() {
+  struct table {
+    double r[kMogReciprocals];
+    table() {
+      r[0] = 0.0;
+      for (uint32_t k = 1; k < kMogReciprocals; ++k) r[k] = 1.0 / (double)k;
+    }
+  };
+  static const table t;
+  return t.r;
 }
 
 }  // namespace vorn

@@ -18,7 +18,8 @@ void append_int(GValue *array, int v) {
 }  // namespace
 
 GstStructure *event_structure(const vt::Event &e) {
-  GstStructure *s = gst_structure_new(kEventStructure, "stream", G_TYPE_INT, e.stream, "frame", G_TYPE_INT64,
+  GstStructure *s = gst_structure_new(kEventStructure, "stream", G_TYPE_INT, e.stream, "stream_name", G_TYPE_STRING,
+                                      e.stream_name.c_str(), "frame", G_TYPE_INT64,
                                       static_cast<gint64>(e.frame), "time", G_TYPE_DOUBLE, e.time, "analytic",
                                       G_TYPE_STRING, e.analytic.c_str(), "kind", G_TYPE_STRING, e.kind.c_str(), nullptr);
   GValue ids = G_VALUE_INIT;

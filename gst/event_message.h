@@ -13,7 +13,7 @@ namespace vg {
 constexpr const char *kEventStructure = "vorn-event";
 constexpr const char *kResetStructure = "vorn-reset";
 
-// The event as a structure with the fields of the program's JSON events: stream, frame (gint64), time (gdouble),
+// The event as a structure with the fields of the program's JSON events: stream, stream_name, frame (gint64), time (gdouble),
 // analytic, kind, ids (array of gint), boxes (array of [left, top, right, bottom] arrays), counts (a structure of
 // gint64), and when not empty text and values (a structure of gdouble).
 GstStructure *event_structure(const vt::Event &e);

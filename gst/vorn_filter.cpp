@@ -21,7 +21,7 @@ GST_DEBUG_CATEGORY_STATIC(vorn_filter_debug);
 
 namespace {
 
-enum { PROP_0, PROP_DRAW, PROP_EVENTS_LOCATION, PROP_STREAM, PROP_ANALYTIC_NAME, PROP_FIRST_SETTING };
+enum { PROP_0, PROP_DRAW, PROP_EVENTS_LOCATION, PROP_STREAM, PROP_STREAM_NAME, PROP_ANALYTIC_NAME, PROP_FIRST_SETTING };
 
 // Everything one element keeps. Properties are set from the application's thread while frames run on the
 // streaming thread: `mu` guards the first block, the rest belongs to the streaming thread.
@@ -31,6 +31,7 @@ struct FilterState {
   bool draw = false;
   std::string events_location;
   int stream = 0;
+  std::string stream_name;
   bool settings_changed = false;
 
   std::unique_ptr<vt::Analytic> analytic;
@@ -86,6 +87,7 @@ void post_events(GstVornFilter *self, GstBuffer *buffer) {
 void stamp(FilterState &st, size_t first, const vt::Frame &f) {
   for (size_t k = first; k < st.events.size(); ++k) {
     st.events[k].stream = st.stream;
+    st.events[k].stream_name = st.stream_name;
     st.events[k].frame = f.index;
     st.events[k].time = f.time;
     st.events[k].analytic = st.running.name;
@@ -169,6 +171,11 @@ void set_property(GObject *object, guint id, const GValue *value, GParamSpec *ps
     case PROP_STREAM:
       st.stream = g_value_get_int(value);
       return;
+    case PROP_STREAM_NAME: {
+      const char *s = g_value_get_string(value);
+      st.stream_name = s ? s : "";
+      return;
+    }
     case PROP_ANALYTIC_NAME: {
       const char *s = g_value_get_string(value);
       st.settings.name = s && *s ? s : kind_of(self);
@@ -207,6 +214,9 @@ void get_property(GObject *object, guint id, GValue *value, GParamSpec *pspec) {
       return;
     case PROP_STREAM:
       g_value_set_int(value, st.stream);
+      return;
+    case PROP_STREAM_NAME:
+      g_value_set_string(value, st.stream_name.c_str());
       return;
     case PROP_ANALYTIC_NAME:
       g_value_set_string(value, st.settings.name.c_str());
@@ -441,6 +451,11 @@ static void gst_vorn_filter_class_init(GstVornFilterClass *klass) {
   g_object_class_install_property(
       gobject_class, PROP_STREAM,
       g_param_spec_int("stream", "stream", "Camera number written into every event as \"stream\"", 0, 1000000, 0, f));
+  g_object_class_install_property(
+      gobject_class, PROP_STREAM_NAME,
+      g_param_spec_string("stream-name", "stream-name",
+                          "Camera name written into every event as \"stream_name\" (the program writes its input's)",
+                          "", f));
   g_object_class_install_property(
       gobject_class, PROP_ANALYTIC_NAME,
       g_param_spec_string("analytic-name", "analytic-name",

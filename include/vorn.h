@@ -21,6 +21,7 @@
 #include "vorn_counter.h"
 #include "vorn_guard.h"
 #include "vorn_obld.h"
+#include "vorn_linecount.h"
 #include "vorn_kalman.h"
 #include "vorn_pyramid.h"
 #include "vorn_bpnn.h"

@@ -10,7 +10,8 @@ pkgs="cmake g++ ninja-build pkg-config libgtest-dev imagemagick"
 wine32=""
 for what in "$@"; do
   case "$what" in
-    test) ;;
+    # The street clip the program's accuracy is measured on (tests/data/vtest_truth.json labels it).
+    test) pkgs="$pkgs opencv-doc" ;;
     # OpenCV is the measuring stick; opencv-doc holds the street clip (examples/data/vtest.avi); matplotlib
     # draws the report's chart.
     bench) pkgs="$pkgs libbenchmark-dev libopencv-dev opencv-doc python3-matplotlib" ;;

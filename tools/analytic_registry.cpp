@@ -10,6 +10,7 @@ namespace vt {
   ROW(guard)                     \
   ROW(count)                     \
   ROW(track)                     \
+  ROW(linecount)                 \
   ROW(left)                      \
   ROW(bgsub)                     \
   ROW(plate)                     \

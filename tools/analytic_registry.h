@@ -23,6 +23,7 @@ enum class SettingType {
   kOutput,   // a file written; with several streams each gets its own, "-N" before the extension
   kSegment,  // two points: x0,y0,x1,y1
   kPolygon,  // at least three points: x,y,x,y,x,y,...
+  kPolyline, // at least two points: x,y,x,y,...
 };
 
 struct SettingSpec {

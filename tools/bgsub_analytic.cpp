@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "analytic_registry.h"
+#include "watched_area.h"
 #include "bk_model_runner.h"
 
 namespace vt {
@@ -18,7 +19,11 @@ class BgsubAnalytic : public Analytic {
  public:
   BgsubAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
       : settings_(settings), width_(info.width), height_(info.height),
-        model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {}
+        model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {
+    const std::vector<uint8_t> area = watched_area(settings, width_, height_);
+    model_.restrict_to(area);
+    watched_ = area.empty() ? int64_t(width_) * height_ : int64_t(std::count(area.begin(), area.end(), 255));
+  }
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     BkModelRunner::Step step = model_.feed(frame);
@@ -58,7 +63,7 @@ class BgsubAnalytic : public Analytic {
         box.bottom = std::max(box.bottom, y + 1);
       }
     }
-    share_ = fg * 10000 / (int64_t(width_) * height_);
+    share_ = watched_ ? fg * 10000 / watched_ : 0;  // of the watched pixels
     share_sum_ += share_;
     if (!moving_ && share_ >= kMotionOn) {
       moving_ = true;
@@ -81,6 +86,7 @@ class BgsubAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     c.tint_mask(model_.mask(), width_, height_, colors::kRed, 120);
+    draw_analytic_geometry(c, settings_);
     char text[96];
     std::snprintf(text, sizeof text, "%s MODEL %u FG %lld.%02lld%%", settings_.name.c_str(), settings_.bk_type,
                   static_cast<long long>(share_ / 100), static_cast<long long>(share_ % 100));
@@ -114,6 +120,7 @@ class BgsubAnalytic : public Analytic {
   bool learned_ = false, learning_now_ = false, moving_ = false;
   int segments_ = 0;
   int64_t share_ = 0, share_sum_ = 0, frames_with_mask_ = 0;
+  int64_t watched_ = 0;
 };
 
 std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const StreamInfo &stream) {
@@ -123,8 +130,11 @@ std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const S
 }  // namespace
 
 extern const AnalyticSpec bgsub_analytic = {
-    "bgsub", "background subtraction: foreground masks, motion segments, scene changes", true, true, {},
+    "bgsub", "background subtraction: foreground masks, motion segments, scene changes", true, true,
+    {region_setting(), mask_setting()},
     create_bgsub,
+    validate_watched_area,
+    draw_watched_region,
 };
 
 }  // namespace vt

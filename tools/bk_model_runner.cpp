@@ -67,7 +67,34 @@ BkModelRunner::Step BkModelRunner::feed(const Frame &frame) {
   } else {
     for (size_t i = 0; i < n; ++i) mask_[i] = fg->data[i] ? 255 : 0;
   }
+  if (!area_.empty())
+    for (size_t i = 0; i < n; ++i) mask_[i] &= area_[i];
   return Step::kForeground;
+}
+
+void BkModelRunner::restrict_to(const std::vector<uint8_t> &area) {
+  area_ = area;
+  if (area_.empty()) return;
+  vorn_mono_image m{static_cast<uint32_t>(width_), static_cast<uint32_t>(height_), area_.data()};
+  vorn_result r = vorn_bk_model_set_mask(model_, &m);
+  if (r != VORN_OK) library_failed(who_, "setting the watched area", r);
+}
+
+bool BkModelRunner::background_bmp24(std::vector<uint8_t> &out) const {
+  vorn_image *bk = nullptr;
+  if (ops_.get_bk(model_, &bk) != VORN_OK || !bk || bk->format != VORN_FORMAT_RGB) return false;
+  const size_t w = bk->width, h = bk->height, stride = (w * 3 + 3) & ~size_t(3);
+  out.assign(stride * h, 0);
+  for (size_t y = 0; y < h; ++y) {
+    uint8_t *row = out.data() + stride * (h - 1 - y);  // bottom-up
+    for (size_t x = 0; x < w; ++x) {
+      const size_t i = y * w + x;
+      row[3 * x] = bk->plane[2][i];
+      row[3 * x + 1] = bk->plane[1][i];
+      row[3 * x + 2] = bk->plane[0][i];
+    }
+  }
+  return true;
 }
 
 }  // namespace vt

@@ -30,6 +30,11 @@ class BkModelRunner {
   // width x height bytes, 255 where something differs from the background, else 0; all 0 until the first
   // foreground. (The block model's own mask, which marks unchanged blocks, is turned the same way round.)
   const uint8_t *mask() const { return mask_.data(); }
+  // Watches only where `area` (width x height bytes, 0 = not watched) is set: the model's own mask (its
+  // clean-up leaves no foreground outside) and the mask handed out. An empty area watches everything.
+  void restrict_to(const std::vector<uint8_t> &area);
+  // The model's background as raw 24-bit bitmap rows (VORN_FRAME_BMP24), or false while it has none.
+  bool background_bmp24(std::vector<uint8_t> &out) const;
   int64_t learning_frames() const { return learning_; }
   int64_t scene_changes() const { return scene_changes_; }
 
@@ -41,7 +46,7 @@ class BkModelRunner {
   bool have_background_ = false;
   int width_, height_;
   Bmp24Frame frame_;
-  std::vector<uint8_t> mask_;
+  std::vector<uint8_t> mask_, area_;
   int64_t learning_ = 0, scene_changes_ = 0;
 };
 

@@ -125,6 +125,12 @@ class Reader {
           break;
         }
         case SettingType::kPolygon: s.set_points(k, polygon(v, what)); break;
+        case SettingType::kPolyline: {
+          std::vector<Pt> p = points(v, what);
+          if (p.size() < 2) fail(v, what + ": a line needs at least 2 points, got " + std::to_string(p.size()));
+          s.set_points(k, p);
+          break;
+        }
       }
     }
     return s;

@@ -1,4 +1,5 @@
 // count: passes between two areas, from the library's object counter fed with a background model's foreground.
+#include <algorithm>
 #include <cstdio>
 
 #include "vorn_counter.h"
@@ -11,25 +12,31 @@ namespace vt {
 
 namespace {
 
+// The library's counter over the settings' two areas (stopped), or a runtime error.
+vorn_counter *make_counter(const AnalyticSettings &settings, int width, int height) {
+  std::vector<vorn_point> a0 = closed_points(*settings.polygon("area0")),
+                          a1 = closed_points(*settings.polygon("area1"));
+  vorn_counter_params p{};
+  p.area0_points = a0.data();
+  p.area1_points = a1.data();
+  p.area0_count = static_cast<int32_t>(a0.size());
+  p.area1_count = static_cast<int32_t>(a1.size());
+  p.width = static_cast<uint32_t>(width);
+  p.height = static_cast<uint32_t>(height);
+  p.sensitivity = static_cast<uint32_t>(settings.integer("sensitivity"));
+  p.max_frame = static_cast<uint32_t>(settings.integer("max_frame"));
+  p.logic = static_cast<uint32_t>(settings.integer("logic"));
+  vorn_counter *c = vorn_counter_create(&p);
+  if (!c) runtime_error(settings.name + ": the object counter could not be created");
+  return c;
+}
+
 class CountAnalytic : public Analytic {
  public:
   CountAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
       : settings_(settings), width_(info.width), height_(info.height),
         model_(settings.name, settings.bk_type, 4, info.width, info.height, settings.bk_params) {
-    std::vector<vorn_point> a0 = closed_points(*settings.polygon("area0")),
-                            a1 = closed_points(*settings.polygon("area1"));
-    vorn_counter_params p{};
-    p.area0_points = a0.data();
-    p.area1_points = a1.data();
-    p.area0_count = static_cast<int32_t>(a0.size());
-    p.area1_count = static_cast<int32_t>(a1.size());
-    p.width = static_cast<uint32_t>(info.width);
-    p.height = static_cast<uint32_t>(info.height);
-    p.sensitivity = static_cast<uint32_t>(settings.integer("sensitivity"));
-    p.max_frame = static_cast<uint32_t>(settings.integer("max_frame"));
-    p.logic = static_cast<uint32_t>(settings.integer("logic"));
-    counter_.reset(vorn_counter_create(&p));
-    if (!counter_) runtime_error(settings.name + ": the object counter could not be created");
+    counter_.reset(make_counter(settings, info.width, info.height));
     vorn_result r = vorn_counter_start(counter_.get());
     if (r != VORN_OK) library_failed(settings.name, "starting the counter", r);
   }
@@ -103,9 +110,25 @@ void draw_count_geometry(Canvas &c, const AnalyticSettings &s) {
   }
 }
 
+// A pass is told from the order in which the two areas empty; a walker inside both at once empties them together,
+// so areas that share pixels cannot tell its direction. The counter's own rasterising decides what they share.
 void validate_count(const AnalyticSettings &s, int w, int h) {
   require_polygon(s, "area0", w, h, s.name + ": area 0");
   require_polygon(s, "area1", w, h, s.name + ": area 1");
+  const Polygon a0 = *s.polygon("area0"), a1 = *s.polygon("area1");
+  const bool same = a0.size() == a1.size() && std::equal(a0.begin(), a0.end(), a1.begin(), [](const Pt &p, const Pt &q) {
+                      return p.x == q.x && p.y == q.y;
+                    });
+  if (same) usage_error(s.name + ": area 0 and area 1 are the same polygon; draw two areas one after the other across the passage");
+  LibraryPtr<vorn_counter, vorn_counter_destroy> counter(make_counter(s, w, h));
+  const uint8_t *bits = vorn_counter_get_mask(counter.get());
+  int64_t shared = 0, first = -1;
+  for (int64_t i = 0; bits && i < int64_t(w) * h; ++i)
+    if ((bits[i] & 3) == 3 && shared++ == 0) first = i;
+  if (shared > 0)
+    usage_error(s.name + ": area 0 and area 1 overlap (" + std::to_string(shared) + " pixels, the first at " +
+                std::to_string(first % w) + "," + std::to_string(first / w) +
+                "); someone inside both empties them at once and the direction of the pass is lost: draw them apart");
 }
 
 void count_from_scene(AnalyticSettings &s, const SceneTruth &t) {

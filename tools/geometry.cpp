@@ -1,5 +1,6 @@
 #include "geometry.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
@@ -33,13 +34,28 @@ Segment parse_segment(const std::string &text, const std::string &what) {
   return Segment{{v[0], v[1]}, {v[2], v[3]}};
 }
 
-Polygon parse_polygon(const std::string &text, const std::string &what) {
+namespace {
+
+std::vector<Pt> parse_points(const std::string &text, const std::string &what, const char *shape) {
   std::vector<int> v = parse_int_list(text, what);
-  if (v.size() % 2 != 0) usage_error(what + ": a polygon is pairs x,y; got an odd count of numbers");
-  Polygon poly;
-  for (size_t i = 0; i < v.size(); i += 2) poly.push_back(Pt{v[i], v[i + 1]});
+  if (v.size() % 2 != 0) usage_error(what + ": a " + shape + " is pairs x,y; got an odd count of numbers");
+  std::vector<Pt> pts;
+  for (size_t i = 0; i < v.size(); i += 2) pts.push_back(Pt{v[i], v[i + 1]});
+  return pts;
+}
+
+}  // namespace
+
+Polygon parse_polygon(const std::string &text, const std::string &what) {
+  Polygon poly = parse_points(text, what, "polygon");
   check_polygon(poly, what);
   return poly;
+}
+
+std::vector<Pt> parse_polyline(const std::string &text, const std::string &what) {
+  std::vector<Pt> line = parse_points(text, what, "line");
+  if (line.size() < 2) usage_error(what + ": a line needs at least 2 points, got " + std::to_string(line.size()));
+  return line;
 }
 
 void check_polygon(const Polygon &p, const std::string &what) {
@@ -63,5 +79,10 @@ void check_inside(const Polygon &p, int width, int height, const std::string &wh
 }
 
 std::string to_string(const Pt &p) { return "(" + std::to_string(p.x) + "," + std::to_string(p.y) + ")"; }
+
+Box clip_box(const Box &b, int width, int height) {
+  auto clamp = [](int v, int hi) { return std::min(std::max(v, 0), hi); };
+  return Box{clamp(b.left, width), clamp(b.top, height), clamp(b.right, width), clamp(b.bottom, height)};
+}
 
 }  // namespace vt

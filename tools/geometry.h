@@ -29,6 +29,8 @@ std::vector<int> parse_int_list(const std::string &text, const std::string &what
 // "x0,y0,x1,y1" -> segment; "x,y,x,y,x,y,..." -> polygon of at least 3 points.
 Segment parse_segment(const std::string &text, const std::string &what);
 Polygon parse_polygon(const std::string &text, const std::string &what);
+// "x,y,x,y,..." -> the points of a line of at least 2 points.
+std::vector<Pt> parse_polyline(const std::string &text, const std::string &what);
 
 // Checks that every point lies inside a width x height frame; throws a usage error naming `what` otherwise.
 void check_inside(const Segment &s, int width, int height, const std::string &what);
@@ -37,6 +39,9 @@ void check_inside(const Polygon &p, int width, int height, const std::string &wh
 void check_polygon(const Polygon &p, const std::string &what);
 
 std::string to_string(const Pt &p);
+
+// The part of a box inside a width x height frame (empty boxes stay at the frame's edge).
+Box clip_box(const Box &b, int width, int height);
 
 }  // namespace vt
 

@@ -5,6 +5,7 @@
 #include "vorn_obld.h"
 
 #include "analytic_registry.h"
+#include "bk_model_runner.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -25,11 +26,26 @@ int64_t overlap_percent(const Box &a, const Box &b) {
 class LeftAnalytic : public Analytic {
  public:
   LeftAnalytic(const AnalyticSettings &settings, const StreamInfo &info)
-      : settings_(settings), width_(info.width), height_(info.height) {}
+      : settings_(settings), width_(info.width), height_(info.height) {
+    if (settings.integer("learn_frames") > 0)
+      learner_ = std::make_unique<BkModelRunner>(
+          settings.name, static_cast<uint32_t>(settings.integer("learn_model")), 4, width_, height_,
+          std::vector<std::pair<uint32_t, uint32_t>>{
+              {VORN_BK_PARAM_LEARN_FRAMES, static_cast<uint32_t>(settings.integer("learn_frames"))}});
+  }
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
+    // The detector's reference background: learned by a background model over the first frames (people walking
+    // through are not part of it), or else the first frame itself.
+    if (learner_) {
+      ++learning_;
+      if (learner_->feed(frame) != BkModelRunner::Step::kForeground || !learner_->background_bmp24(background_)) return;
+      create(background_.data());
+      learner_.reset();
+      --learning_;
+    }
     uint8_t *data = const_cast<uint8_t *>(bmp_.fill(frame));
-    if (!obld_) create(data);  // the first frame is the detector's reference background
+    if (!obld_) create(data);
     vorn_result r = vorn_obld_put_image(obld_.get(), data, VORN_FRAME_BMP24);
     check_frame_result(r, settings_.name, frame, learning_, events);
     vorn_mono_image *fg = nullptr;
@@ -39,7 +55,7 @@ class LeftAnalytic : public Analytic {
     uint32_t n = 0;
     current_.clear();
     if (vorn_obld_get_lost_objects_rect(obld_.get(), rects, &n) == VORN_OK)
-      for (uint32_t i = 0; i < n && i < 32; ++i) current_.push_back(box_of(rects[i]));
+      for (uint32_t i = 0; i < n && i < 32; ++i) current_.push_back(clip_box(box_of(rects[i]), width_, height_));
     // A box is one object for as long as some box of the next frames overlaps it by half; it is reported once when
     // it appears and once when it is gone.
     std::vector<Known> still;
@@ -132,6 +148,8 @@ class LeftAnalytic : public Analytic {
   AnalyticSettings settings_;
   int width_, height_;
   LibraryPtr<vorn_obld, vorn_obld_destroy> obld_;
+  std::unique_ptr<BkModelRunner> learner_;
+  std::vector<uint8_t> background_;
   Bmp24Frame bmp_;
   const uint8_t *fg_ = nullptr;
   std::vector<Box> current_;
@@ -168,7 +186,11 @@ extern const AnalyticSpec left_analytic = {
       1000000000},
      {"bk_interval", SettingType::kInteger, "N", "frames between background refreshes (0: the detector's own)", 0,
       0, 1000000000},
-     {"learn_frames", SettingType::kInteger, "N", "learning frames of the refreshed background", 0, 0, 1000000},
+     {"learn_frames", SettingType::kInteger, "N",
+      "frames the starting background is learned from (0: the first frame is the background); also the refreshed "
+      "background's", 50, 0, 1000000},
+     {"learn_model", SettingType::kInteger, "TYPE", "background-model type that learns the starting background (8: the bay-mean model the detector relearns with)", 8,
+      1, 8},
      {"scenecut", SettingType::kFlag, "", "relearn the background after a scene change"}},
     create_left,
     validate_left,

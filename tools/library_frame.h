@@ -11,6 +11,7 @@
 #include "vorn.h"
 
 #include "analytic.h"
+#include "analytic_registry.h"
 #include "error.h"
 #include "frame.h"
 #include "geometry.h"
@@ -100,6 +101,26 @@ inline void check_frame_result(vorn_result r, const std::string &who, const Fram
 inline const uint8_t *whole_frame_mask(vorn_result got, const vorn_mono_image *fg, int width, int height) {
   return got == VORN_OK && fg && fg->data && int(fg->width) == width && int(fg->height) == height ? fg->data
                                                                                                     : nullptr;
+}
+
+// The "boxes" event of a tracking analytic: with `every` > 0, on every `every`-th frame, the live tracks' ids and
+// boxes (what `vorn eval` scores tracks on). `each(fn)` calls fn(id, box) for every live track.
+template <typename ForEach>
+void add_boxes_event(int every, const Frame &frame, ForEach each, std::vector<Event> &events) {
+  if (every <= 0 || frame.index % every != 0) return;
+  Event e;
+  e.kind = "boxes";
+  each([&e](int id, const Box &b) {
+    e.ids.push_back(id);
+    e.boxes.push_back(b);
+  });
+  events.push_back(e);
+}
+
+// The setting that asks for them, shared by the tracking analytics' entries.
+inline SettingSpec boxes_every_setting() {
+  return {"boxes_every", SettingType::kInteger, "N", "a \"boxes\" event with every live track every N frames (0: none)",
+          0, 0, 1000000};
 }
 
 inline Box box_of(const vorn_rect &r) { return Box{r.left, r.top, r.right, r.bottom}; }

@@ -85,7 +85,8 @@ double parse_seconds(const std::string &v, const std::string &opt, double lo, do
 }
 
 bool known_command(const std::string &c) {
-  return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "help";
+  return is_analytic(c) || c == "run" || c == "demo" || c == "scene" || c == "info" || c == "eval" ||
+         c == "help";
 }
 
 // Whether some analytic takes `option`, for telling an unknown option from one that belongs to another command.
@@ -162,6 +163,9 @@ std::vector<CommandInfo> command_list() {
   out.push_back({"info", "[INPUT...]",
                  "decodes each input and prints its size, frame rate, frame count and decoding speed as JSON; "
                  "with no INPUT, lists the analytics"});
+  out.push_back({"eval", "EVENTS TRUTH",
+                 "scores events against labelled truth (or the built-in scene's): precision, recall and F1 of "
+                 "crossings and passes; misses, false boxes, identity switches and MOTA of tracks"});
   out.push_back({"scene", "OUT",
                  "writes the built-in scene to a video (or to PNG files when OUT holds a %d pattern)"});
   out.push_back({"help", "[COMMAND]", "this text, or one command's"});
@@ -330,6 +334,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
         break;
       }
       case SettingType::kPolygon: settings.set_points(setting->field, parse_polygon(value, name)); break;
+      case SettingType::kPolyline: settings.set_points(setting->field, parse_polyline(value, name)); break;
     }
   }
 
@@ -338,6 +343,10 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
     return plan;
   }
   if (cmd == "info") return plan;
+  if (cmd == "eval") {
+    if (plan.inputs.size() != 2) usage_error("eval: give the events file and the truth file");
+    return plan;
+  }
   if (cmd == "demo") {
     if (!plan.inputs.empty()) usage_error("demo runs on the built-in scene and takes no input");
     if (plan.out_dir.empty()) plan.out_dir = "out";

@@ -1,4 +1,5 @@
 #include "runner.h"
+#include "eval.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -580,6 +581,7 @@ int tool_main(int argc, const char *const *argv) {
     }
     if (plan.command == "scene") return write_scene(plan);
     if (plan.command == "info") return describe_inputs(plan);
+    if (plan.command == "eval") return eval_files(plan.inputs[0], plan.inputs[1]);
     vorn_init();
     return run_plan(std::move(plan));
   } catch (const ToolError &e) {

@@ -5,6 +5,7 @@
 #include "vorn_tracker.h"
 
 #include "analytic_registry.h"
+#include "watched_area.h"
 #include "library_frame.h"
 #include "scene.h"
 
@@ -21,7 +22,17 @@ class TrackAnalytic : public Analytic {
         width_(info.width),
         height_(info.height),
         tracker_(create_object(vorn_tracker_create, model_params<vorn_tracker_params>(settings, info), settings.name,
-                               "the tracker")) {}
+                               "the tracker")),
+        area_(watched_area(settings, info.width, info.height)) {
+    // The model's clean-up clears the foreground outside its mask, so nothing is tracked there.
+    if (area_.empty()) return;
+    vorn_bk_model *model = nullptr;
+    vorn_bk_model_vtable *ops = nullptr;
+    vorn_result r = vorn_tracker_get_bk_model(tracker_.get(), &model, &ops);
+    vorn_mono_image m{static_cast<uint32_t>(width_), static_cast<uint32_t>(height_), area_.data()};
+    if (r == VORN_OK) r = vorn_bk_model_set_mask(model, &m);
+    if (r != VORN_OK) library_failed(settings.name, "setting the watched area", r);
+  }
 
   void feed(const Frame &frame, std::vector<Event> &events) override {
     vorn_result r = vorn_tracker_process(tracker_.get(), const_cast<uint8_t *>(bmp_.fill(frame)), VORN_FRAME_BMP24);
@@ -42,18 +53,24 @@ class TrackAnalytic : public Analytic {
         Event e;
         e.kind = "track_start";
         e.ids = {o.id};
-        e.boxes = {Box{o.left, o.top, o.right, o.bottom}};
+        e.boxes = {clip_box(Box{o.left, o.top, o.right, o.bottom}, width_, height_)};
         e.counts = {{"live", static_cast<int64_t>(n)}};
         events.push_back(e);
         ++started_;
       }
-      t.box = Box{o.left, o.top, o.right, o.bottom};
+      t.box = clip_box(Box{o.left, o.top, o.right, o.bottom}, width_, height_);
       t.trace.push_back(Pt{o.cx, o.cy});
       if (t.trace.size() > kTraceLength) t.trace.erase(t.trace.begin());
       live[o.id] = std::move(t);
     }
     end_tracks(frame.index, events);
     tracks_ = std::move(live);
+    add_boxes_event(
+        settings_.integer("boxes_every"), frame,
+        [this](auto fn) {
+          for (const auto &kv : tracks_) fn(kv.first, kv.second.box);
+        },
+        events);
     next_index_ = frame.index + 1;
     vorn_mono_image *fg = nullptr;
     fg_ = whole_frame_mask(vorn_tracker_get_fg(tracker_.get(), &fg), fg, width_, height_);
@@ -67,6 +84,7 @@ class TrackAnalytic : public Analytic {
 
   void draw(Canvas &c) const override {
     if (fg_) c.tint_mask(fg_, width_, height_, colors::kBlue, 80);
+    draw_analytic_geometry(c, settings_);
     for (const auto &kv : tracks_) {
       Rgb col = id_color(kv.first);
       c.trace(kv.second.trace, col);
@@ -116,6 +134,7 @@ class TrackAnalytic : public Analytic {
   AnalyticSettings settings_;
   int width_, height_;
   LibraryPtr<vorn_tracker, vorn_tracker_destroy> tracker_;
+  std::vector<uint8_t> area_;
   Bmp24Frame bmp_;
   std::map<int, Track> tracks_;
   const uint8_t *fg_ = nullptr;
@@ -130,7 +149,11 @@ std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const S
 }  // namespace
 
 extern const AnalyticSpec track_analytic = {
-    "track", "moving objects and their tracks", true, false, {}, create_track,
+    "track", "moving objects and their tracks", true, false,
+    {boxes_every_setting(), region_setting(), mask_setting()},
+    create_track,
+    validate_watched_area,
+    draw_watched_region,
 };
 
 }  // namespace vt

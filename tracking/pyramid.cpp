@@ -66,6 +66,36 @@ vorn_result create(const Image *src, uint32_t src_w, uint32_t src_h, vorn_pyrami
 
 }  // namespace
 
+vorn_result vorn::pyramid_alloc_mono(uint32_t w, uint32_t h, uint32_t levels, vorn_pyramid **out) {
+  *out = nullptr;
+  const uint32_t possible = possible_levels(w, h), n = possible < levels ? possible : levels;
+  if (n == 0) return VORN_E_PARAM;
+  vorn_pyramid *pyr = block_new<vorn_pyramid>();
+  if (!pyr || !(pyr->monos = block_new<vorn_mono_image *>(n))) {
+    vorn_pyramid_destroy(pyr);
+    return VORN_E_NOMEM;
+  }
+  pyr->count = n;
+  for (uint32_t i = 0; i < n; ++i) {
+    w >>= 1;
+    h >>= 1;
+    if (!(pyr->monos[i] = vorn_mono_image_alloc(w, h))) {
+      vorn_pyramid_destroy(pyr);
+      return VORN_E_NOMEM;
+    }
+  }
+  *out = pyr;
+  return VORN_OK;
+}
+
+void vorn::pyramid_refill_mono(vorn_pyramid *pyr, const vorn_mono_image *src, uint16_t *scratch) {
+  const vorn_mono_image *prev = src;
+  for (uint32_t i = 0; i < pyr->count; ++i) {
+    pyramid_reduce_plane(prev->data, prev->width, prev->height, pyr->monos[i]->data, scratch);
+    prev = pyr->monos[i];
+  }
+}
+
 extern "C" {
 
 VORN_API vorn_result vorn_pyramid_create(const vorn_image *image, vorn_pyramid **out, uint32_t levels) {

@@ -36,6 +36,14 @@ inline size_t pyramid_scratch_size(uint32_t dst_width) { return (size_t)5 * dst_
 // Reduces a src_w x src_h plane into (src_w >> 1) x (src_h >> 1), both at least 1; scratch as above.
 void pyramid_reduce_plane(const uint8_t *src, uint32_t src_w, uint32_t src_h, uint8_t *dst, uint16_t *scratch);
 
+// A mono pyramid of at most `levels` levels for w x h sources, its levels allocated (zeroed) but not filled:
+// VORN_OK, VORN_E_PARAM when no level is possible, VORN_E_NOMEM.
+vorn_result pyramid_alloc_mono(uint32_t w, uint32_t h, uint32_t levels, vorn_pyramid **out);
+
+// Rebuilds, in place, a pyramid made by vorn_pyramid_create_mono_image from a source of the same size;
+// scratch holds pyramid_scratch_size(src->width >> 1) values.
+void pyramid_refill_mono(vorn_pyramid *pyr, const vorn_mono_image *src, uint16_t *scratch);
+
 }  // namespace vorn
 
 #endif

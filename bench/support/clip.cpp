@@ -82,4 +82,11 @@ void to_grey(const Clip &clip, int i, uint8_t *grey) {
   for (size_t k = 0; k < n; ++k) grey[k] = (uint8_t)((f[3 * k] * 29 + f[3 * k + 1] * 150 + f[3 * k + 2] * 77) >> 8);
 }
 
+std::vector<uint8_t> to_bmp24(const uint8_t *bgr, int width, int height, size_t row_stride) {
+  const size_t row = (size_t)width * 3, padded = (row + 3) & ~(size_t)3;
+  std::vector<uint8_t> b(padded * height);
+  for (int y = 0; y < height; ++y) memcpy(&b[(size_t)(height - 1 - y) * padded], bgr + (size_t)y * row_stride, row);
+  return b;
+}
+
 }  // namespace vorn_bench

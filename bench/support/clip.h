@@ -24,6 +24,9 @@ const Clip &street_clip(int frames = 60);
 void to_planes(const Clip &clip, int i, uint8_t *r, uint8_t *g, uint8_t *b);
 void to_grey(const Clip &clip, int i, uint8_t *grey);
 
+// Top-down B,G,R rows of width w (no padding) as a bottom-up 24-bit bitmap frame (rows padded to 4 bytes).
+std::vector<uint8_t> to_bmp24(const uint8_t *bgr, int width, int height, size_t row_stride);
+
 }  // namespace vorn_bench
 
 #endif

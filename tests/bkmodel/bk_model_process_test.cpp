@@ -1,6 +1,8 @@
 // The tail of every update through the table: morphological clean-up combinations, the region mask, and which
 // results skip it.
 #include "bkmodel/bk_test_util.h"
+#include "core/plain.h"
+#include "support/test_support.h"
 
 using bk_test::Host;
 
@@ -116,4 +118,38 @@ TEST(BkModelShadows, ParameterPicksTheDetector) {
   host.param(VORN_BK_PARAM_SHADOW, 0x101);
   host.process(grey);
   EXPECT_EQ(bk_test::count_of(host.fg(), 255), (int)border);
+}
+
+// The clean-up works on the rows the region spans (plus its reach) and clears the rest of fg: against the plain
+// path (every row) for regions near the top, in the middle, at the bottom, on one row and empty, with every
+// combination of window, erosion and dilation, on a model whose update writes fg outside the region too.
+TEST(BkModelCleanUp, RegionRowsEqualThePlainPath) {
+  const uint32_t w = 40, h = 36;
+  const std::pair<uint32_t, uint32_t> regions[] = {{0, 3}, {14, 22}, {30, 36}, {17, 18}, {0, 0}, {0, 36}};
+  const uint32_t combos[][3] = {{0x101, 0, 0}, {0, 0x201, 0}, {0, 0, 0x301}, {0, 0x101, 0x401}, {0x201, 0x501, 0x101}};
+  for (const auto &rg : regions)
+    for (const auto &c : combos) {
+      std::vector<uint8_t> out[2];
+      for (int plain = 0; plain < 2; ++plain) {
+        vorn::set_plain_paths(plain == 1);
+        Host host(0, w, h);
+        std::vector<uint8_t> bk = flat_frame(w, h, 100);
+        host.set_bk(bk);
+        vorn_mono_image *mask = nullptr;
+        vorn_bk_model_get_mask(host.m, &mask);
+        memset(mask->data, 0, (size_t)w * h);
+        for (uint32_t y = rg.first; y < rg.second; ++y)
+          for (uint32_t x = 2; x < w - 3; ++x) mask->data[y * w + x] = (uint8_t)(x % 11 ? 255 : 0);
+        host.param(VORN_BK_PARAM_WINDOW, c[0]);
+        host.param(VORN_BK_PARAM_ERODE, c[1]);
+        host.param(VORN_BK_PARAM_DILATE, c[2]);
+        std::vector<uint8_t> f = flat_frame(w, h, 100), noise = vorn_test::random_bytes((size_t)w * h, rg.first * 7 + c[1]);
+        for (size_t i = 0; i < (size_t)w * h; ++i) f[i] = noise[i] < 150 ? 200 : 100;
+        EXPECT_EQ(host.process(f), VORN_OK);
+        out[plain] = host.fg();
+      }
+      vorn::set_plain_paths(false);
+      EXPECT_EQ(out[0], out[1]) << "rows " << rg.first << ".." << rg.second << ", window " << c[0] << " erode " << c[1]
+                                << " dilate " << c[2];
+    }
 }

@@ -48,6 +48,8 @@ std::string scene_element(const std::string &kind, const vt::SceneTruth &t, cons
     d += " area0=" + points(t.area0) + " area1=" + points(t.area1);
   else if (kind == "left")
     d += " region=" + points(t.region);
+  // The program names the built-in scene's stream by its input, "@scene".
+  d += " stream-name=@scene";
   return d + (extra.empty() ? "" : " " + extra);
 }
 
@@ -58,6 +60,7 @@ vt::Event event_of(const GstStructure *s) {
   fail_unless(gst_structure_get(s, "stream", G_TYPE_INT, &e.stream, "frame", G_TYPE_INT64, &frame, "time",
                                 G_TYPE_DOUBLE, &e.time, nullptr));
   e.frame = frame;
+  e.stream_name = gst_structure_get_string(s, "stream_name");
   e.analytic = gst_structure_get_string(s, "analytic");
   e.kind = gst_structure_get_string(s, "kind");
   const GValue *ids = gst_structure_get_value(s, "ids");

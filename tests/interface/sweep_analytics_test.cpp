@@ -1,4 +1,5 @@
-// Argument sweep entries: geometry, guard, counter, left and lost objects, recognition, trajectory recorder.
+// Argument sweep entries: geometry, guard, counter, left and lost objects, line counter, recognition, trajectory
+// recorder.
 #include "interface/sweep_table.h"
 
 namespace vorn_probe {
@@ -71,6 +72,19 @@ const Register kEntries{
     E(vorn_obld_set_frame_threshold, Spec{"n"}, w.obld, 60u),
     E(vorn_obld_set_bk_frame_interval, Spec{"n"}, w.obld, 1500u),
     E(vorn_obld_enable_scenecut, Spec{"n"}, w.obld, 1u),
+
+    // --- line counter ---
+    E(vorn_linecount_create, Spec{"pp"}, (const vorn_linecount_params *)&w.linecount_params,
+      out(vorn_linecount_destroy)),
+    E(vorn_linecount_destroy, Spec{"n", kConsumes}, w.linecount),
+    // The index is optional; past the last free line every call is refused (VORN_E_PARAM) alike.
+    E(vorn_linecount_add_line, Spec{"nno"}, w.linecount, (const vorn_point *)w.region_pts, 3u, &w.u32),
+    E(vorn_linecount_process, Spec{"nn"}, w.linecount, w.frame, (uint32_t)VORN_FRAME_BMP32),
+    E(vorn_linecount_get_events, Spec{"nnn"}, w.linecount, none<const vorn_linecount_event>(), &w.u32),
+    E(vorn_linecount_get_tracks, Spec{"nnn"}, w.linecount, none<const vorn_linecount_track>(), &w.u32),
+    E(vorn_linecount_get_counts, Spec{"nnn"}, w.linecount, 0u, &w.u32, &w.u32b),
+    E(vorn_linecount_get_fg, Spec{"nn"}, w.linecount, none<vorn_mono_image>()),
+    E(vorn_linecount_reset, Spec{"n"}, w.linecount),
 
     // --- recognition ---
     E(vorn_bpnn_create, Spec{"nn"}, (const vorn_bpnn_params *)&w.bpnn_params, out(vorn_bpnn_destroy)),

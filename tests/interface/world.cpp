@@ -127,6 +127,14 @@ World::World() {
   vorn_counter_start(counter);
   obld_params = {kW, kH, VORN_FRAME_BMP32, rows32.data, kRegion, 5, 30, nullptr, 0, 0};
   EXPECT_EQ(vorn_obld_create(&obld_params, &obld), VORN_OK);
+  linecount_params = {};
+  linecount_params.width = kW;
+  linecount_params.height = kH;
+  linecount_params.bk_type = 2;
+  linecount_params.format = VORN_FORMAT_YUV;
+  EXPECT_EQ(vorn_linecount_create(&linecount_params, &linecount), VORN_OK);
+  EXPECT_EQ(vorn_linecount_add_line(linecount, kRegion, 3, nullptr), VORN_OK);
+  vorn_linecount_process(linecount, frame, VORN_FRAME_BMP32);
   maker_params = {kW, kH, 16, 0};
   EXPECT_EQ(vorn_obj_maker_create(&maker_params, &maker_block), VORN_OK);
   vorn_obj_maker_params contour_mode = {kW, kH, 16, 1};
@@ -202,6 +210,7 @@ World::~World() {
   vorn_tracker_destroy(tracker);
   vorn_counter_destroy(counter);
   vorn_obld_destroy(obld);
+  vorn_linecount_destroy(linecount);
   vorn_obj_maker_destroy(maker_block);
   vorn_obj_maker_destroy(maker_contour);
   vorn_canny_destroy(canny);

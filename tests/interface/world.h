@@ -43,6 +43,7 @@ struct World {
   vorn_tracker *tracker;
   vorn_counter *counter;
   vorn_obld *obld;
+  vorn_linecount *linecount;
   vorn_obj_maker *maker_block, *maker_contour;
   void *canny;
   vorn_kalman *kalman;
@@ -82,6 +83,7 @@ struct World {
   vorn_tracker_params tracker_params;
   vorn_counter_params counter_params;
   vorn_obld_params obld_params;
+  vorn_linecount_params linecount_params;
   vorn_obj_maker_params maker_params;
   vorn_kalman_params kalman_params;
   vorn_bpnn_params bpnn_params;

@@ -1,12 +1,14 @@
 #!/bin/sh
-# `make install` of the program: installs into a scratch prefix from the build directory given, then checks that
+# `make install` of the program: installs under a scratch DESTDIR from the build directory given (so that files
+# with absolute destinations, such as the GStreamer plugin, land there too), then checks that
 # the program runs from there, that its manual page renders without warnings and that its bash completion
 # completes commands and a command's options.
 set -eu
 build=$1
-prefix=$(mktemp -d /tmp/vorn_install_XXXXXX)
-trap 'rm -rf "$prefix"' EXIT
-cmake --install "$build" --prefix "$prefix" >/dev/null
+dest=$(mktemp -d /tmp/vorn_install_XXXXXX)
+trap 'rm -rf "$dest"' EXIT
+DESTDIR=$dest cmake --install "$build" --prefix /usr/local >/dev/null
+prefix=$dest/usr/local
 fail() { echo "install test: $*" >&2; exit 1; }
 for f in bin/vorn share/man/man1/vorn.1 share/bash-completion/completions/vorn share/vornbase/plates/charnum.who \
          share/vornbase/plates/num.who share/vornbase/plates/char.who; do

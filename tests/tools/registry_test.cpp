@@ -28,6 +28,7 @@ Sample sample_of(const vt::SettingSpec &s) {
     case vt::SettingType::kOutput: return {"some/where", "\"some/where\""};
     case vt::SettingType::kSegment: return {"1,2,30,40", "[1, 2, 30, 40]"};
     case vt::SettingType::kPolygon: return {"1,1,9,1,9,9", "[[1,1],[9,1],[9,9]]"};
+    case vt::SettingType::kPolyline: return {"1,2,30,40,50,60", "[1, 2, 30, 40, 50, 60]"};
   }
   return {};
 }
