@@ -41,21 +41,6 @@ Image every_rgb() {
 
 }  // namespace
 
-TEST_F(ColorSpace, TablesHoldTheirOffsets) {
-  const vorn::ColorTables &t = vorn::color_tables();
-  EXPECT_EQ(4211 * 255, t.yr[255]);
-  EXPECT_EQ(2097152, t.ur[0]);
-  EXPECT_EQ(2097152 - 2425 * 200, t.ur[200]);
-  EXPECT_EQ(128, t.ry[0]);
-  EXPECT_EQ(128 + 19071 * 219, t.gy[219]);
-  EXPECT_EQ(0, t.rv[128]);
-  EXPECT_EQ(0, t.bu[128]);
-  EXPECT_EQ(0, t.gu[128]);
-  EXPECT_EQ(1024, t.gv[128]);  // the sixteenth of a level that only G from V carries
-  EXPECT_EQ(13320 * 128 + 1024, t.gv[0]);
-  EXPECT_EQ(33063 * 127, t.bu[255]);
-}
-
 TEST_F(ColorSpace, HandWorkedYuvPixels) {
   EXPECT_EQ((Triple{0, 128, 128}), rgb2yuv({0, 0, 0}));
   EXPECT_EQ((Triple{219, 128, 128}), rgb2yuv({255, 255, 255}));
@@ -197,22 +182,12 @@ TEST_F(ColorSpace, MonoIsCopiedIntoEveryPlaneUnscaled) {
   for (int p = 0; p < 3; ++p) EXPECT_EQ(0, memcmp(m->data, rgb->plane[p], 6));
 }
 
-TEST_F(ColorSpace, MismatchesAreRefusedBeforeWriting) {
-  Image rgb = random_image(4, 3, VORN_FORMAT_RGB, 1), yuv = make_image(4, 3, VORN_FORMAT_YUV);
-  Image other = make_image(4, 3, VORN_FORMAT_RGB), wide = make_image(5, 3, VORN_FORMAT_YUV);
-  Mono mono(vorn_mono_image_alloc(4, 2));
-  // An RGB image handed in as a YUV source, a wrong destination format, a size mismatch.
-  EXPECT_EQ(VORN_E_PARAM, vorn_image_yuv_to_rgb(rgb.get(), other.get()));
-  EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_yuv(rgb.get(), other.get()));
+TEST_F(ColorSpace, OneDimensionOffEmptyImagesAndTheSelfTest) {
+  // The interface sweep changes both dimensions at once; each is checked on its own.
+  Image rgb = random_image(4, 3, VORN_FORMAT_RGB, 1), wide = make_image(5, 3, VORN_FORMAT_YUV);
+  Mono low(vorn_mono_image_alloc(4, 2));
   EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_yuv(rgb.get(), wide.get()));
-  EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_y(rgb.get(), mono.get()));
-  EXPECT_EQ(VORN_E_PARAM, vorn_image_y_to_rgb(mono.get(), rgb.get()));
-  EXPECT_EQ(VORN_E_PARAM, vorn_image_yuv_to_h(rgb.get(), mono.get()));
-  for (int p = 0; p < 3; ++p)
-    for (int i = 0; i < 12; ++i) ASSERT_EQ(0, other->plane[p][i]);
-  EXPECT_EQ(VORN_E_NULL, vorn_image_rgb_to_yuv(nullptr, yuv.get()));
-  EXPECT_EQ(VORN_E_NULL, vorn_image_hsv_to_rgb(rgb.get(), nullptr));
-  EXPECT_EQ(VORN_E_NULL, vorn_image_rgb_to_h(rgb.get(), nullptr));
+  EXPECT_EQ(VORN_E_PARAM, vorn_image_rgb_to_y(rgb.get(), low.get()));
   // Empty images convert to nothing successfully.
   Image e0 = make_image(4, 0, VORN_FORMAT_RGB), e1 = make_image(4, 0, VORN_FORMAT_HSV);
   EXPECT_EQ(VORN_OK, vorn_image_rgb_to_hsv(e0.get(), e1.get()));

@@ -66,13 +66,6 @@ TEST(Bitmap, HeadersOfFreshBitmaps) {
   ASSERT_NE(b16, nullptr);
   EXPECT_EQ(vorn_bmp_is_valid(b16), 0u);
   vorn_bmp_free(b16);
-
-  EXPECT_EQ(vorn_bmp_get_width(nullptr), 0);
-  EXPECT_EQ(vorn_bmp_get_height(nullptr), 0);
-  EXPECT_EQ(vorn_bmp_get_bitcount(nullptr), 0u);
-  EXPECT_EQ(vorn_bmp_get_stride(nullptr), 0u);
-  EXPECT_EQ(vorn_bmp_get_image(nullptr), nullptr);
-  EXPECT_EQ(vorn_bmp_is_valid(nullptr), 0u);
 }
 
 TEST(Bitmap, ValidityLooksAtLowHalfOfCompressionOnly) {
@@ -143,7 +136,6 @@ TEST(Bitmap, MalformedFilesLoadAsNull) {
     vorn_bmp_free(b);
   }
   EXPECT_EQ(vorn_bmp_load(temp_path("does-not-exist.bmp").c_str()), nullptr);
-  EXPECT_EQ(vorn_bmp_load(nullptr), nullptr);
   // The well-formed original loads.
   const std::string ok = temp_path("good.bmp");
   write_file(ok, good);
@@ -161,7 +153,6 @@ TEST(Bitmap, SaveWritesFileSizeBytes) {
   std::vector<uint8_t> f = read_file(path);
   ASSERT_EQ(f.size(), 78u);
   EXPECT_EQ(memcmp(f.data(), b, 78), 0);
-  EXPECT_EQ(vorn_bmp_save(nullptr, path.c_str()), VORN_E_NULL);
   EXPECT_EQ(vorn_bmp_save(b, "/nonexistent-dir/x.bmp"), VORN_E_FILE);
   // A header claiming more bytes than the object holds is cut at the object's end.
   vorn::store_le32(reinterpret_cast<uint8_t *>(b) + 2, 1u << 20);
@@ -193,22 +184,15 @@ TEST(Bitmap, SaveRgbFlipsRowsAndOrdersBgr) {
   const std::string never = temp_path("never.bmp");
   EXPECT_EQ(vorn_image_save_rgb(empty, never.c_str()), VORN_E_PARAM);
   EXPECT_TRUE(read_file(never).empty());
-  EXPECT_EQ(vorn_image_save_rgb(nullptr, never.c_str()), VORN_E_NULL);
   // An unwritable path is not reported.
   EXPECT_EQ(vorn_image_save_rgb(img, "/nonexistent-dir/x.bmp"), VORN_OK);
   vorn_image_free(empty);
   vorn_image_free(img);
 }
 
-TEST(Bitmap, AllocationFailuresAreCleanedUp) {
-  const std::string path = temp_path("sweep.bmp");
-  write_file(path, hand_made_bmp(6, 4, 24, 0));
-  EXPECT_EQ(vorn_test::sweep_allocation_failures([&] {
-              vorn_bmp *b = vorn_bmp_load(path.c_str());
-              vorn_bmp_free(b);
-              return b != nullptr;
-            }),
-            1);
+// The row buffer of a save is the one allocation the interface's allocation sweep does not reach.
+TEST(Bitmap, SaveRgbReportsItsFailedRowBuffer) {
+  const std::string path = temp_path("nomem.bmp");
   vorn_image *img = vorn_image_alloc(6, 4, VORN_FORMAT_RGB);
   vorn::fault_inject_fail_at(1);
   EXPECT_EQ(vorn_image_save_rgb(img, path.c_str()), VORN_E_NOMEM);

@@ -62,29 +62,12 @@ TEST(Diff, ThresholdsBeyondTheByteRange) {
   EXPECT_EQ(out->data[1], 0);
 }
 
-TEST(Diff, MismatchesWriteNothing) {
-  Image a = image(4, 4), b = image(4, 4), other_fmt = image(4, 4, VORN_FORMAT_YUV), small = image(4, 3);
-  for (int p = 0; p < 3; ++p) {
-    memset(other_fmt->plane[p], 9, 16);
-    memset(small->plane[p], 9, 12);
-  }
-  EXPECT_EQ(vorn_image_diff(a.get(), b.get(), other_fmt.get(), VORN_PLANE_ALL), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_diff_binary(a.get(), other_fmt.get(), b.get(), 0, 3), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_binary(a.get(), small.get(), 0, 3), VORN_E_PARAM);
-  for (int p = 0; p < 3; ++p) {
-    for (int i = 0; i < 16; ++i) EXPECT_EQ(other_fmt->plane[p][i], 9);
-    for (int i = 0; i < 12; ++i) EXPECT_EQ(small->plane[p][i], 9);
-  }
-  Mono m = mono(4, 4), tall = mono(3, 5, 9), out = mono(4, 4, 9);
-  EXPECT_EQ(vorn_mono_image_diff(m.get(), m.get(), tall.get()), VORN_E_PARAM);
-  EXPECT_EQ(vorn_mono_image_diff_binary(m.get(), tall.get(), out.get(), 1), VORN_E_PARAM);
-  EXPECT_EQ(vorn_mono_image_binary(m.get(), tall.get(), 1), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_diff_binary_to_mono_image(a.get(), b.get(), tall.get(), 10), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_diff_binary_to_mono_image(a.get(), other_fmt.get(), out.get(), 10), VORN_E_PARAM);
-  for (uint8_t v : bytes_of(tall.get())) EXPECT_EQ(v, 9);
-  for (uint8_t v : bytes_of(out.get())) EXPECT_EQ(v, 9);
-  EXPECT_EQ(vorn_mono_image_diff(nullptr, m.get(), out.get()), VORN_E_NULL);
-  // Empty images succeed without touching anything.
+// The interface sweep changes both dimensions at once; here one at a time, and the other shape of the same count.
+TEST(Diff, OneDimensionOffAndEmptyImages) {
+  Image a = image(4, 4), low = image(4, 3);
+  EXPECT_EQ(vorn_image_binary(a.get(), low.get(), 0, 3), VORN_E_PARAM);
+  Mono m = mono(6, 5), turned = mono(5, 6);
+  EXPECT_EQ(vorn_mono_image_xor(m.get(), m.get(), turned.get()), VORN_E_PARAM);
   Image e1 = image(4, 0), e2 = image(4, 0);
   EXPECT_EQ(vorn_image_diff(e1.get(), e2.get(), e1.get(), VORN_PLANE_ALL), VORN_OK);
 }
@@ -122,13 +105,6 @@ TEST(Diff, XorOfMasks) {
   for (uint8_t v : bytes_of(out.get())) EXPECT_EQ(v, 0);
   ASSERT_EQ(vorn_mono_image_xor(a.get(), b.get(), out.get()), VORN_OK);
   for (int i = 0; i < 30; ++i) EXPECT_EQ(out->data[i], a->data[i] ^ b->data[i]);
-  // A size mismatch is refused before anything is written.
-  Mono wrong = mono(5, 6, 44);
-  EXPECT_EQ(vorn_mono_image_xor(a.get(), b.get(), wrong.get()), VORN_E_PARAM);
-  for (uint8_t v : bytes_of(wrong.get())) EXPECT_EQ(v, 44);
-  memset(out->data, 44, 30);
-  EXPECT_EQ(vorn_mono_image_xor(a.get(), wrong.get(), out.get()), VORN_E_PARAM);
-  for (uint8_t v : bytes_of(out.get())) EXPECT_EQ(v, 44);
 }
 
 // Every operation against a per-pixel evaluator, on each kernel set, over widths that leave every possible tail

@@ -164,14 +164,12 @@ TEST(Shadow, PlaneRolesByFormat) {
   }
 }
 
-TEST(Shadow, ChecksAndAllocationFailure) {
-  Image bk = image(5, 4), cur = image(5, 4), yuv = image(5, 4, VORN_FORMAT_YUV), small = image(4, 4);
-  Mono fg = mono(5, 4, 255), fg_small = mono(4, 4, 255);
-  EXPECT_EQ(vorn_image_shadow_detect(fg.get(), bk.get(), yuv.get()), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_shadow_detect(fg_small.get(), bk.get(), cur.get()), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_shadow_detect_simple(fg.get(), bk.get(), small.get()), VORN_E_PARAM);
-  EXPECT_EQ(vorn_image_shadow_detect(nullptr, bk.get(), cur.get()), VORN_E_NULL);
-  for (uint8_t v : bytes_of(fg.get())) EXPECT_EQ(v, 255);
+TEST(Shadow, OneColumnOffAndAFailedAllocation) {
+  // The interface sweep changes both dimensions at once.
+  Image bk = image(5, 4), cur = image(5, 4), narrow = image(4, 4);
+  Mono fg = mono(5, 4, 255), narrow_fg = mono(4, 4, 255);
+  EXPECT_EQ(vorn_image_shadow_detect(narrow_fg.get(), bk.get(), cur.get()), VORN_E_PARAM);
+  EXPECT_EQ(vorn_image_shadow_detect_simple(fg.get(), bk.get(), narrow.get()), VORN_E_PARAM);
   // RGB rows wider than the on-stack ring need one block; when it cannot be had nothing changes.
   Image wide_bk = image(2100, 3), wide_cur = image(2100, 3);
   Mono wide_fg = mono(2100, 3, 255);
@@ -201,14 +199,12 @@ TEST(SceneCut, CountsChangedPixels) {
   changed_pixels(16, 21);
   EXPECT_EQ(vorn_image_scenecut_detect(cur.get(), ref.get(), 15), VORN_OK);
   EXPECT_EQ(vorn_image_scenecut_detect(cur.get(), ref.get(), 0), VORN_E_SCENE_CHANGE);  // every pixel changed
-  Image yuv = image(4, 4, VORN_FORMAT_YUV), empty1 = image(4, 0), empty2 = image(4, 0);
-  EXPECT_EQ(vorn_image_scenecut_detect(cur.get(), yuv.get(), 15), VORN_E_PARAM);
+  Image empty1 = image(4, 0), empty2 = image(4, 0);
   EXPECT_EQ(vorn_image_scenecut_detect(empty1.get(), empty2.get(), 0), VORN_OK);
-  EXPECT_EQ(vorn_image_scenecut_detect(nullptr, ref.get(), 0), VORN_E_NULL);
 }
 
 TEST(SceneCut, LostEdges) {
-  Mono cur = mono(4, 4), prev = mono(4, 4), other = mono(3, 4);
+  Mono cur = mono(4, 4), prev = mono(4, 4), narrow = mono(3, 4);
   EXPECT_EQ(vorn_image_scenecut_detect_edge(cur.get(), prev.get()), VORN_OK);  // nothing to lose
   for (int i = 0; i < 8; ++i) prev->data[i * 2] = 255;  // 8 edges
   memset(cur->data, 255, 16);
@@ -216,7 +212,7 @@ TEST(SceneCut, LostEdges) {
   EXPECT_EQ(vorn_image_scenecut_detect_edge(cur.get(), prev.get()), VORN_OK);
   cur->data[12] = 0;  // 7 lost
   EXPECT_EQ(vorn_image_scenecut_detect_edge(cur.get(), prev.get()), VORN_E_SCENE_CHANGE);
-  EXPECT_EQ(vorn_image_scenecut_detect_edge(cur.get(), other.get()), VORN_E_PARAM);
+  EXPECT_EQ(vorn_image_scenecut_detect_edge(cur.get(), narrow.get()), VORN_E_PARAM);
 }
 
 }  // namespace

@@ -248,7 +248,7 @@ TEST(Contour, StoreIsBoundedOnAdversarialMasks) {
   }
 }
 
-TEST(Contour, StartRewindsAndChecksSizes) {
+TEST(Contour, StartRewindsAndFailuresClean) {
   Mask rect(8, 6);
   rect.fill(2, 1, 5, 3);
   vorn_size size{8, 6};
@@ -258,18 +258,15 @@ TEST(Contour, StartRewindsAndChecksSizes) {
   auto again = trace_all(c, rect);  // the marks of the first run are gone
   ASSERT_EQ(again.size(), first.size());
   EXPECT_EQ(again[0].pts.size(), first[0].pts.size());
-  Mask other(8, 7);
-  vorn_mono_image img = other.image();
+  Mask low(8, 7);  // one row off: the interface sweep changes both dimensions
+  vorn_mono_image img = low.image();
   EXPECT_EQ(vorn_contour_start(c, &img), VORN_E_PARAM);
-  EXPECT_EQ(vorn_contour_start(nullptr, &img), VORN_E_NULL);
+  // A failed next clears the count it would have filled.
   vorn_contour_info info{nullptr, 5, 1};
   EXPECT_EQ(vorn_contour_next(nullptr, &info), VORN_E_NULL);
   EXPECT_EQ(info.count, 0u);
   EXPECT_EQ(vorn_contour_destroy(c), VORN_OK);
-  EXPECT_EQ(vorn_contour_destroy(nullptr), VORN_E_NULL);
-  vorn_contour *never = reinterpret_cast<vorn_contour *>(1);
-  EXPECT_EQ(vorn_contour_create(nullptr, &never), VORN_E_NULL);
-  EXPECT_EQ(never, nullptr);
+  vorn_contour *never = nullptr;
   vorn_size bad{-1, 4};
   EXPECT_EQ(vorn_contour_create(&bad, &never), VORN_E_PARAM);
   vorn_test::sweep_allocation_failures([] {

@@ -50,17 +50,8 @@ TEST(Histogram, LookupBinsAndScale) {
   vorn_histogram_free(h);
   EXPECT_EQ(vorn_histogram_alloc(0), nullptr);
   EXPECT_EQ(vorn_histogram_alloc(257), nullptr);
-  EXPECT_EQ(vorn_histogram_scale(nullptr), VORN_E_NULL);
-  EXPECT_EQ(vorn_histogram_zero(nullptr), VORN_E_NULL);
-  vorn_histogram_free(nullptr);
   vorn_histogram bare{4, nullptr, nullptr};
   EXPECT_EQ(vorn_histogram_zero(&bare), VORN_E_NOMEM);
-  vorn_test::sweep_allocation_failures([] {
-    vorn_histogram *t = vorn_histogram_alloc(16);
-    if (!t) return false;
-    vorn_histogram_free(t);
-    return true;
-  });
 }
 
 TEST(Histogram, AccumulatesTheRectangleWhereTheMaskIsSet) {
@@ -90,7 +81,6 @@ TEST(Histogram, AccumulatesTheRectangleWhereTheMaskIsSet) {
   Plane other(4, 4);
   vorn_mono_image om = other.image();
   EXPECT_EQ(vorn_histogram_caculate(&im, h, &r, &om), VORN_E_PARAM);
-  EXPECT_EQ(vorn_histogram_caculate(&im, nullptr, &r, nullptr), VORN_E_NULL);
   vorn_histogram bare{32, nullptr, nullptr};
   EXPECT_EQ(vorn_histogram_caculate(&im, &bare, &r, nullptr), VORN_E_NOMEM);
   vorn_histogram_free(h);
@@ -132,14 +122,7 @@ TEST(Backproject, RowsStartAtZeroWhateverTheTop) {
   EXPECT_EQ(vorn_backproject_calculate(&im, h, bp, &tall, nullptr), VORN_OK);
   vorn_backproject_free(small);
   vorn_backproject_free(bp);
-  vorn_backproject_free(nullptr);
   vorn_histogram_free(h);
-  vorn_test::sweep_allocation_failures([] {
-    vorn_backproject *t = vorn_backproject_alloc(9, 7);
-    if (!t) return false;
-    vorn_backproject_free(t);
-    return true;
-  });
 }
 
 TEST(Moments, MatchTheirDefinitions) {
@@ -202,7 +185,6 @@ TEST(Moments, MatchTheirDefinitions) {
     EXPECT_NEAR(m.mu03, cen[0][3], scale);
     near(m.inv_sqrt_m00, raw[0][0] ? 1 / sqrt(raw[0][0]) : 0);
   }
-  EXPECT_EQ(vorn_moments_calculate(nullptr, &m, &r), VORN_E_NULL);
   vorn_backproject_free(bp);
 }
 

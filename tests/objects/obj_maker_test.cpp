@@ -93,11 +93,10 @@ TEST(ObjMakerBlocks, SeedQuirksAndTheCellRings) {
   ASSERT_EQ(objs.size(), 1u);
   EXPECT_EQ(objs[0].left, 40);
 
-  // A mask of the wrong size, a frame under 4 pixels, a null handle.
-  Mask wrong(64, 44);
-  vorn_mono_image wi = wrong.image();
-  EXPECT_EQ(vorn_obj_maker_process(mk.m, &wi), VORN_E_PARAM);
-  EXPECT_EQ(vorn_obj_maker_process(nullptr, &wi), VORN_E_NULL);
+  // A mask one dimension off (the interface sweep changes both), a frame under 4 pixels.
+  Mask low(64, 44);
+  vorn_mono_image li = low.image();
+  EXPECT_EQ(vorn_obj_maker_process(mk.m, &li), VORN_E_PARAM);
   Maker tiny(3, 40, 4, 0);
   Mask tm(3, 40);
   vorn_mono_image ti = tm.image();
@@ -184,7 +183,6 @@ TEST(ObjMakerBlocks, ClearObjErasesTheObjectsCells) {
   vorn_mono_image si = smaller.image();
   EXPECT_EQ(vorn_obj_maker_clear_obj(mk.m, 1, &si), VORN_E_PARAM);
   EXPECT_EQ(vorn_obj_maker_clear_obj(mk.m, 8, &ci), VORN_E_PARAM);
-  EXPECT_EQ(vorn_obj_maker_clear_obj(nullptr, 0, &ci), VORN_E_NULL);
   Maker contour(64, 48, 8, 1);
   EXPECT_EQ(vorn_obj_maker_clear_obj(contour.m, 0, &ci), VORN_E_PARAM);
 }
@@ -300,7 +298,6 @@ TEST(ObjMaker, AdjustRectUsesLowBitCountsAndNonZeroSums) {
   // Rectangles reaching past the frame after a re-fit are read only where they overlap the mask.
   objs[0].left = -50, objs[0].width = 400, objs[0].top = -10, objs[0].height = 300;
   EXPECT_EQ(vorn_obj_maker_adjust_rect(mk.m, &mi), VORN_OK);
-  EXPECT_EQ(vorn_obj_maker_adjust_rect(nullptr, &mi), VORN_E_NULL);
 }
 
 TEST(ObjMaker, HistogramsBelongToTheSlotAndAccumulate) {
@@ -326,16 +323,12 @@ TEST(ObjMaker, HistogramsBelongToTheSlotAndAccumulate) {
   EXPECT_EQ(h->bins[10 / 8], 6u * 11 + 6 * 7);
   mk.run(mask);
   EXPECT_EQ(objs[0].hist, h);  // survives the next run with its slot
-  EXPECT_EQ(vorn_obj_maker_calculate_hist(nullptr, frame, nullptr), VORN_E_NULL);
   vorn_image_free(frame);
 }
 
 TEST(ObjMaker, CreateGettersAndFailures) {
   vorn_obj_maker_params p{64, 48, 4, 0};
-  EXPECT_EQ(vorn_obj_maker_create(&p, nullptr), VORN_E_PARAM);
-  vorn_obj_maker *m = reinterpret_cast<vorn_obj_maker *>(1);
-  EXPECT_EQ(vorn_obj_maker_create(nullptr, &m), VORN_E_PARAM);
-  EXPECT_EQ(m, nullptr);
+  vorn_obj_maker *m = nullptr;
   ASSERT_EQ(vorn_obj_maker_create(&p, &m), VORN_OK);
   vorn_mono_image *fg = nullptr;
   vorn_obj_maker_get_fg(m, &fg);
@@ -345,19 +338,16 @@ TEST(ObjMaker, CreateGettersAndFailures) {
   uint32_t bw = 0;
   vorn_obj_maker_get_block_width(m, &bw);
   EXPECT_EQ(bw, 4u);
+  // Failed getters clear what they would have filled.
   bw = 7;
   EXPECT_EQ(vorn_obj_maker_get_block_height(nullptr, &bw), VORN_E_NULL);
   EXPECT_EQ(bw, 0u);
-  vorn_point *pl = reinterpret_cast<vorn_point *>(1);
-  EXPECT_EQ(vorn_obj_maker_get_point_list(nullptr, &pl), VORN_E_NULL);
-  EXPECT_EQ(pl, nullptr);
   vorn_obj *objs = reinterpret_cast<vorn_obj *>(1);
   uint32_t count = 5;
   EXPECT_EQ(vorn_obj_maker_get_obj(nullptr, &objs, &count), VORN_E_NULL);
   EXPECT_EQ(objs, nullptr);
   EXPECT_EQ(count, 0u);
   EXPECT_EQ(vorn_obj_maker_destroy(m), VORN_OK);
-  EXPECT_EQ(vorn_obj_maker_destroy(nullptr), VORN_E_NULL);
 
   // A mode above 1 has no grid: block extraction refuses it.
   vorn_obj_maker_params odd{64, 48, 4, 2};
@@ -397,7 +387,6 @@ TEST(ObjMaker, CreateGettersAndFailures) {
   vorn_rect rects[2];
   EXPECT_EQ(vorn_image_make_obj(&mi, 3, 4, rects, &found), VORN_OK);
   EXPECT_EQ(found, 0u);
-  EXPECT_EQ(vorn_image_make_obj(nullptr, 3, 4, rects, &found), VORN_E_NULL);
   vorn_test::sweep_allocation_failures([&] {
     uint32_t c = 1;
     return vorn_image_make_obj(&mi, 0, 0, nullptr, &c) == VORN_OK;
