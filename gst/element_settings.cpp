@@ -46,7 +46,7 @@ std::string property_name(const char *field) {
 
 // A whole-number setting whose default lies outside its range (0: the library's own choice) takes the default
 // back as "not given".
-bool default_outside_range(const vt::SettingSpec &s) { return s.def < s.lo || s.def > s.hi; }
+bool default_outside_range(const vt::SettingDef &s) { return s.def < s.lo || s.def > s.hi; }
 
 }  // namespace
 
@@ -57,9 +57,9 @@ const std::vector<ElementProp> &element_props(const std::string &kind) {
   auto it = cache.find(kind);
   if (it != cache.end()) return it->second;
   std::vector<ElementProp> &v = cache[kind];
-  const vt::AnalyticSpec *spec = vt::find_analytic(kind);
-  if (!spec) return v;
-  for (const vt::SettingSpec &s : spec->settings) {
+  const vt::AnalyticEntry *entry = vt::find_analytic(kind);
+  if (!entry) return v;
+  for (const vt::SettingDef &s : entry->settings) {
     std::string blurb = s.help;
     if (s.type == vt::SettingType::kSegment || s.type == vt::SettingType::kPolygon)
       blurb += std::string(" (") + s.value + ")";
@@ -67,7 +67,7 @@ const std::vector<ElementProp> &element_props(const std::string &kind) {
       blurb += "; " + std::to_string(s.def) + ": not given";
     v.push_back({property_name(s.field), blurb, PropKind::kSetting, &s});
   }
-  if (spec->background_model) {
+  if (entry->background_model) {
     const std::string types = "background-model type (0..9: 0 and 9 default, 1 and 4 sal/wall, 2 mixture of "
                               "Gaussians, 3 and 6 mean, 5 block, 7 extended mean, 8 bay-mean)";
     v.push_back({"bk-type", types, PropKind::kModel});
@@ -86,7 +86,7 @@ GParamSpec *prop_spec(const std::string &kind, const ElementProp &p) {
   if (p.kind == PropKind::kModel)
     return g_param_spec_uint(n, n, b, 0, 1000000, vt::settings_of(kind).bk_type, f);
   if (p.kind == PropKind::kParams) return g_param_spec_string(n, n, b, "", f);
-  const vt::SettingSpec &s = *p.setting;
+  const vt::SettingDef &s = *p.setting;
   switch (s.type) {
     case vt::SettingType::kInteger:
       return g_param_spec_int(n, n, b, int(std::min(s.lo, s.def)), int(s.hi), int(s.def), f);
@@ -108,22 +108,22 @@ void set_prop(vt::AnalyticSettings &s, const ElementProp &p, const GValue *value
     s.bk_params = parse_params(c ? c : "", what);
     return;
   }
-  const vt::SettingSpec &spec = *p.setting;
-  switch (spec.type) {
+  const vt::SettingDef &entry = *p.setting;
+  switch (entry.type) {
     case vt::SettingType::kInteger: {
       const int v = g_value_get_int(value);
-      if (v == spec.def && default_outside_range(spec)) {
-        s.given.erase(spec.field);
+      if (v == entry.def && default_outside_range(entry)) {
+        s.given.erase(entry.field);
       } else {
-        if (v < spec.lo || v > spec.hi)
-          vt::usage_error(what + ": '" + std::to_string(v) + "' is not a whole number in " + std::to_string(spec.lo) +
-                          ".." + std::to_string(spec.hi));
-        s.set_integer(spec.field, v);
+        if (v < entry.lo || v > entry.hi)
+          vt::usage_error(what + ": '" + std::to_string(v) + "' is not a whole number in " + std::to_string(entry.lo) +
+                          ".." + std::to_string(entry.hi));
+        s.set_integer(entry.field, v);
       }
       return;
     }
     case vt::SettingType::kFlag:
-      s.set_integer(spec.field, g_value_get_boolean(value) ? 1 : 0);
+      s.set_integer(entry.field, g_value_get_boolean(value) ? 1 : 0);
       return;
     default:
       break;
@@ -131,14 +131,14 @@ void set_prop(vt::AnalyticSettings &s, const ElementProp &p, const GValue *value
   const char *c = g_value_get_string(value);
   const std::string text = c ? c : "";
   if (text.empty()) {
-    s.given.erase(spec.field);
-  } else if (spec.type == vt::SettingType::kSegment) {
+    s.given.erase(entry.field);
+  } else if (entry.type == vt::SettingType::kSegment) {
     const vt::Segment seg = vt::parse_segment(text, what);
-    s.set_points(spec.field, {seg.a, seg.b});
-  } else if (spec.type == vt::SettingType::kPolygon) {
-    s.set_points(spec.field, vt::parse_polygon(text, what));
+    s.set_points(entry.field, {seg.a, seg.b});
+  } else if (entry.type == vt::SettingType::kPolygon) {
+    s.set_points(entry.field, vt::parse_polygon(text, what));
   } else {
-    s.set_text(spec.field, text);
+    s.set_text(entry.field, text);
   }
 }
 
@@ -151,22 +151,22 @@ void get_prop(const vt::AnalyticSettings &s, const ElementProp &p, GValue *value
     g_value_set_string(value, params_text(s.bk_params).c_str());
     return;
   }
-  const vt::SettingSpec &spec = *p.setting;
-  switch (spec.type) {
+  const vt::SettingDef &entry = *p.setting;
+  switch (entry.type) {
     case vt::SettingType::kInteger:
-      g_value_set_int(value, s.integer(spec.field));
+      g_value_set_int(value, s.integer(entry.field));
       return;
     case vt::SettingType::kFlag:
-      g_value_set_boolean(value, s.flag(spec.field));
+      g_value_set_boolean(value, s.flag(entry.field));
       return;
     case vt::SettingType::kSegment:
     case vt::SettingType::kPolygon: {
-      auto it = s.given.find(spec.field);
+      auto it = s.given.find(entry.field);
       g_value_set_string(value, it != s.given.end() ? point_list(it->second.points).c_str() : "");
       return;
     }
     default:
-      g_value_set_string(value, s.text(spec.field).c_str());
+      g_value_set_string(value, s.text(entry.field).c_str());
       return;
   }
 }

@@ -19,12 +19,12 @@ struct ElementProp {
   std::string name;   // property name
   std::string blurb;  // what gst-inspect-1.0 shows
   PropKind kind;
-  const vt::SettingSpec *setting = nullptr;  // kSetting: the registry's entry
+  const vt::SettingDef *setting = nullptr;  // kSetting: the registry's entry
 };
 
 // The properties of the element for `kind`, in the order they are installed.
 const std::vector<ElementProp> &element_props(const std::string &kind);
-// The parameter spec of one property; its default is the program's.
+// The GParamSpec of one property; its default is the program's.
 GParamSpec *prop_spec(const std::string &kind, const ElementProp &p);
 
 // Stores a property value; throws vt::ToolError with the program's message when the value is refused (the settings

@@ -417,9 +417,9 @@ void kind_class_init(gpointer klass, gpointer data) {
     g_object_class_install_property(gobject_class, guint(PROP_FIRST_SETTING + i), vg::prop_spec(k.kind, props[i]));
   GstElementClass *element_class = GST_ELEMENT_CLASS(klass);
   std::string long_name = std::string("VORN ") + k.long_name;
-  const vt::AnalyticSpec *spec = vt::find_analytic(k.kind);
+  const vt::AnalyticEntry *entry = vt::find_analytic(k.kind);
   std::string description = std::string("The vorn program's analytic '") + k.kind + "': " +
-                            (spec ? spec->summary : "not in this build") + "; results go out as element messages \"" +
+                            (entry ? entry->summary : "not in this build") + "; results go out as element messages \"" +
                             vg::kEventStructure + "\", region-of-interest metas and optionally JSON lines";
   gst_element_class_set_metadata(element_class, long_name.c_str(), "Filter/Analyzer/Video", description.c_str(),
                                  "VORNBaseLib developers");

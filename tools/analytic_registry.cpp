@@ -16,57 +16,57 @@ namespace vt {
   ROW(plate)                     \
   ROW(trajectories)
 
-#define VORN_TOOL_DECLARE(kind) extern const AnalyticSpec kind##_analytic;
+#define VORN_TOOL_DECLARE(kind) extern const AnalyticEntry kind##_analytic;
 VORN_TOOL_ANALYTICS(VORN_TOOL_DECLARE)
 #undef VORN_TOOL_DECLARE
 
-const std::vector<const AnalyticSpec *> &analytic_registry() {
+const std::vector<const AnalyticEntry *> &analytic_registry() {
 #define VORN_TOOL_ROW(kind) &kind##_analytic,
-  static const std::vector<const AnalyticSpec *> all = {VORN_TOOL_ANALYTICS(VORN_TOOL_ROW)};
+  static const std::vector<const AnalyticEntry *> all = {VORN_TOOL_ANALYTICS(VORN_TOOL_ROW)};
 #undef VORN_TOOL_ROW
   return all;
 }
 
-const AnalyticSpec *find_analytic(const std::string &kind) {
-  for (const AnalyticSpec *a : analytic_registry())
+const AnalyticEntry *find_analytic(const std::string &kind) {
+  for (const AnalyticEntry *a : analytic_registry())
     if (kind == a->kind) return a;
   return nullptr;
 }
 
 std::string analytic_kind_list() {
   std::string out;
-  for (const AnalyticSpec *a : analytic_registry()) out += (out.empty() ? "" : ", ") + std::string(a->kind);
+  for (const AnalyticEntry *a : analytic_registry()) out += (out.empty() ? "" : ", ") + std::string(a->kind);
   return out;
 }
 
-std::string SettingSpec::option() const {
+std::string SettingDef::option() const {
   std::string o = std::string("--") + field;
   std::replace(o.begin(), o.end(), '_', '-');
   return o;
 }
 
-std::string setting_noun(const SettingSpec &setting) {
+std::string setting_noun(const SettingDef &setting) {
   return std::string(setting.value) == "DIR" ? "a directory" : "a file";
 }
 
-const SettingSpec *AnalyticSpec::setting(const std::string &field) const {
-  for (const SettingSpec &s : settings)
+const SettingDef *AnalyticEntry::setting(const std::string &field) const {
+  for (const SettingDef &s : settings)
     if (field == s.field) return &s;
   return nullptr;
 }
 
 std::unique_ptr<Analytic> create_analytic(const AnalyticSettings &settings, const StreamInfo &stream) {
-  return settings.spec()->create(settings, stream);
+  return settings.entry()->create(settings, stream);
 }
 
 void draw_analytic_geometry(Canvas &canvas, const AnalyticSettings &settings) {
-  const AnalyticSpec *spec = settings.spec();
-  if (spec && spec->draw_geometry) spec->draw_geometry(canvas, settings);
+  const AnalyticEntry *entry = settings.entry();
+  if (entry && entry->draw_geometry) entry->draw_geometry(canvas, settings);
 }
 
 void fill_from_scene(AnalyticSettings &settings, const SceneTruth &truth) {
-  const AnalyticSpec *spec = settings.spec();
-  if (spec && spec->fill_from_scene) spec->fill_from_scene(settings, truth);
+  const AnalyticEntry *entry = settings.entry();
+  if (entry && entry->fill_from_scene) entry->fill_from_scene(settings, truth);
 }
 
 }  // namespace vt

@@ -26,7 +26,7 @@ enum class SettingType {
   kPolyline, // at least two points: x,y,x,y,...
 };
 
-struct SettingSpec {
+struct SettingDef {
   const char *field;   // configuration field; the option is "--" + field with '-' for '_'
   SettingType type;
   const char *value;   // what the option's value looks like in the help: "N", "DIR", "X0,Y0,X1,Y1"
@@ -37,14 +37,14 @@ struct SettingSpec {
 };
 
 // What a text setting names, for messages: "a directory" (value DIR) or "a file".
-std::string setting_noun(const SettingSpec &setting);
+std::string setting_noun(const SettingDef &setting);
 
-struct AnalyticSpec {
+struct AnalyticEntry {
   const char *kind;
   const char *summary;       // one line for the help
   bool background_model;     // takes --bk-type/--model and --param
   bool writes_masks;         // takes --masks (a video of its foreground masks)
-  std::vector<SettingSpec> settings;
+  std::vector<SettingDef> settings;
   // Creates the analytic over a stream of the given size from validated settings. Throws a runtime error when
   // the library fails.
   std::unique_ptr<Analytic> (*create)(const AnalyticSettings &, const StreamInfo &);
@@ -55,13 +55,13 @@ struct AnalyticSpec {
   // Fills geometry the settings lack from the built-in scene's layout (nullptr: none).
   void (*fill_from_scene)(AnalyticSettings &, const SceneTruth &) = nullptr;
 
-  const SettingSpec *setting(const std::string &field) const;
+  const SettingDef *setting(const std::string &field) const;
 };
 
 // Every analytic, in the order the help lists them and the demo runs them.
-const std::vector<const AnalyticSpec *> &analytic_registry();
+const std::vector<const AnalyticEntry *> &analytic_registry();
 // The entry of `kind`, or nullptr.
-const AnalyticSpec *find_analytic(const std::string &kind);
+const AnalyticEntry *find_analytic(const std::string &kind);
 // "guard, count, ..." for messages.
 std::string analytic_kind_list();
 

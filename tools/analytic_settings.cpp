@@ -9,13 +9,13 @@
 
 namespace vt {
 
-const AnalyticSpec *AnalyticSettings::spec() const { return find_analytic(kind); }
+const AnalyticEntry *AnalyticSettings::entry() const { return find_analytic(kind); }
 
 int AnalyticSettings::integer(const std::string &field) const {
   auto it = given.find(field);
   if (it != given.end()) return static_cast<int>(it->second.number);
-  const AnalyticSpec *a = spec();
-  const SettingSpec *s = a ? a->setting(field) : nullptr;
+  const AnalyticEntry *a = entry();
+  const SettingDef *s = a ? a->setting(field) : nullptr;
   return s ? static_cast<int>(s->def) : 0;
 }
 
@@ -45,8 +45,8 @@ AnalyticSettings settings_of(const std::string &kind) {
 bool known_bk_type(long type) { return type >= 0 && type <= 9; }
 
 static std::string option_of(const AnalyticSettings &s, const char *field) {
-  const SettingSpec *spec = s.spec() ? s.spec()->setting(field) : nullptr;
-  return spec ? spec->option() : std::string("--") + field;
+  const SettingDef *entry = s.entry() ? s.entry()->setting(field) : nullptr;
+  return entry ? entry->option() : std::string("--") + field;
 }
 
 void require_segment(const AnalyticSettings &s, const char *field, int w, int h, const std::string &what) {
@@ -65,13 +65,13 @@ void require_polygon(const AnalyticSettings &s, const char *field, int w, int h,
 
 void validate_settings(const AnalyticSettings &s, int w, int h) {
   const std::string who = s.name.empty() ? s.kind : s.name;
-  const AnalyticSpec *spec = s.spec();
-  if (!spec) usage_error("unknown analytic kind '" + s.kind + "' (" + analytic_kind_list() + ")");
-  if (spec->background_model && !known_bk_type(s.bk_type))
+  const AnalyticEntry *entry = s.entry();
+  if (!entry) usage_error("unknown analytic kind '" + s.kind + "' (" + analytic_kind_list() + ")");
+  if (entry->background_model && !known_bk_type(s.bk_type))
     usage_error(who + ": background-model type " + std::to_string(s.bk_type) +
                 " is not one of the library's (0..9: 0 and 9 default, 1 and 4 sal/wall, 2 mixture of Gaussians, 3 "
                 "and 6 mean, 5 block, 7 extended mean, 8 bay-mean)");
-  if (spec->validate) spec->validate(s, w, h);
+  if (entry->validate) entry->validate(s, w, h);
 }
 
 uint32_t bk_param_id(const std::string &name, const std::string &what) {

@@ -14,7 +14,7 @@
 
 namespace vt {
 
-struct AnalyticSpec;
+struct AnalyticEntry;
 
 // One given setting: a whole number or flag (number), a name (text) or points (a segment's two, a polygon's).
 struct SettingValue {
@@ -35,7 +35,7 @@ struct AnalyticSettings {
   std::map<std::string, SettingValue> given;
 
   // The entry of this kind (nullptr for an unknown kind).
-  const AnalyticSpec *spec() const;
+  const AnalyticEntry *entry() const;
   bool has(const std::string &field) const { return given.count(field) != 0; }
   // A whole-number setting or flag: the given value, else the declared default.
   int integer(const std::string &field) const;

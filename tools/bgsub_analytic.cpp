@@ -129,7 +129,7 @@ std::unique_ptr<Analytic> create_bgsub(const AnalyticSettings &settings, const S
 
 }  // namespace
 
-extern const AnalyticSpec bgsub_analytic = {
+extern const AnalyticEntry bgsub_analytic = {
     "bgsub", "background subtraction: foreground masks, motion segments, scene changes", true, true,
     {region_setting(), mask_setting()},
     create_bgsub,

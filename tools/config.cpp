@@ -73,8 +73,8 @@ class Reader {
     const Json *kind = a.find("kind");
     if (!kind) fail(a, where + " has no \"kind\"");
     AnalyticSettings s = settings_of(string(*kind, where + ".kind"));
-    const AnalyticSpec *spec = s.spec();
-    if (!spec) fail(*kind, "unknown analytic kind '" + s.kind + "' (" + analytic_kind_list() + ")");
+    const AnalyticEntry *entry = s.entry();
+    if (!entry) fail(*kind, "unknown analytic kind '" + s.kind + "' (" + analytic_kind_list() + ")");
     for (const auto &f : a.fields) {
       const std::string &k = f.first;
       const Json &v = f.second;
@@ -85,7 +85,7 @@ class Reader {
         continue;
       }
       if (k == "bk_type" || k == "model" || k == "params") {
-        if (!spec->background_model) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
+        if (!entry->background_model) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
         if (k != "params") {
           s.bk_type = static_cast<uint32_t>(integer(v, what, 0, 1000000));
           continue;
@@ -99,10 +99,10 @@ class Reader {
         }
         continue;
       }
-      const SettingSpec *setting = spec->setting(k);
+      const SettingDef *setting = entry->setting(k);
       if (!setting) {
         bool elsewhere = false;
-        for (const AnalyticSpec *other : analytic_registry()) elsewhere = elsewhere || other->setting(k);
+        for (const AnalyticEntry *other : analytic_registry()) elsewhere = elsewhere || other->setting(k);
         if (elsewhere) fail(v, "field \"" + k + "\" does not apply to a " + s.kind + " analytic");
         fail(v, "unknown field \"" + k + "\" in a " + s.kind + " analytic");
       }

@@ -152,7 +152,7 @@ std::unique_ptr<Analytic> create_count(const AnalyticSettings &settings, const S
 
 }  // namespace
 
-extern const AnalyticSpec count_analytic = {
+extern const AnalyticEntry count_analytic = {
     "count",
     "passes between two areas, counted by the area they start from",
     true,

@@ -150,7 +150,7 @@ std::unique_ptr<Analytic> create_guard(const AnalyticSettings &settings, const S
 
 }  // namespace
 
-extern const AnalyticSpec guard_analytic = {
+extern const AnalyticEntry guard_analytic = {
     "guard",
     "crossings of a guard line: a trigger in the direction line's direction, a cross in the other",
     true,

@@ -175,7 +175,7 @@ std::unique_ptr<Analytic> create_left(const AnalyticSettings &settings, const St
 
 }  // namespace
 
-extern const AnalyticSpec left_analytic = {
+extern const AnalyticEntry left_analytic = {
     "left",
     "objects left behind in a watched region",
     false,

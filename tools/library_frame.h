@@ -118,7 +118,7 @@ void add_boxes_event(int every, const Frame &frame, ForEach each, std::vector<Ev
 }
 
 // The setting that asks for them, shared by the tracking analytics' entries.
-inline SettingSpec boxes_every_setting() {
+inline SettingDef boxes_every_setting() {
   return {"boxes_every", SettingType::kInteger, "N", "a \"boxes\" event with every live track every N frames (0: none)",
           0, 0, 1000000};
 }

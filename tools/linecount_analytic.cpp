@@ -193,7 +193,7 @@ std::unique_ptr<Analytic> create_linecount(const AnalyticSettings &settings, con
 
 }  // namespace
 
-extern const AnalyticSpec linecount_analytic = {
+extern const AnalyticEntry linecount_analytic = {
     "linecount",
     "people crossing lines, counted in and out per line from tracks of their own",
     true,

@@ -52,7 +52,7 @@ std::string man_page() {
        roff("Each analytic command takes its own settings; a configuration file names them by the field after "
             "the two hyphens, with '_' for '-'.") +
        "\n";
-  for (const AnalyticSpec *a : analytic_registry()) {
+  for (const AnalyticEntry *a : analytic_registry()) {
     t += ".SS " + roff(a->kind) + "\n" + roff(a->summary) + "\n";
     for (const AnalyticOption &o : analytic_options(*a)) t += tagged(o.name, o.value, o.help);
   }
@@ -81,8 +81,8 @@ std::string bash_completion() {
   std::vector<std::string> dirs = {"--out"}, values;
   for (const GeneralOption &o : general_options())
     if (std::string(o.value) == "N" || std::string(o.value) == "NAME") values.push_back(o.name);
-  for (const AnalyticSpec *a : analytic_registry())
-    for (const SettingSpec &s : a->settings) {
+  for (const AnalyticEntry *a : analytic_registry())
+    for (const SettingDef &s : a->settings) {
       if (std::string(s.value) == "DIR") dirs.push_back(s.option());
       else if (s.type != SettingType::kText && s.type != SettingType::kOutput && s.type != SettingType::kFlag)
         values.push_back(s.option());
@@ -103,7 +103,7 @@ std::string bash_completion() {
     std::vector<std::string> opts;
     for (const GeneralOption &o : general_options())
       if (o.applies(c.name)) opts.push_back(o.name);
-    if (const AnalyticSpec *a = find_analytic(c.name))
+    if (const AnalyticEntry *a = find_analytic(c.name))
       for (const AnalyticOption &o : analytic_options(*a)) opts.push_back(o.name);
     t += "    " + c.name + ") opts=\"" + words(opts) + "\" ;;\n";
   }

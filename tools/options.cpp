@@ -19,7 +19,7 @@ bool configurable(const std::string &c) { return is_analytic(c) || c == "run"; }
 bool only_scene(const std::string &c) { return c == "scene"; }
 bool only_demo(const std::string &c) { return c == "demo"; }
 bool writes_masks(const std::string &c) {
-  const AnalyticSpec *a = find_analytic(c);
+  const AnalyticEntry *a = find_analytic(c);
   return (a && a->writes_masks) || c == "demo";
 }
 
@@ -82,7 +82,7 @@ bool known_command(const std::string &c) {
 
 // Whether some analytic takes `option`, for telling an unknown option from one that belongs to another command.
 bool some_analytic_takes(const std::string &option) {
-  for (const AnalyticSpec *a : analytic_registry())
+  for (const AnalyticEntry *a : analytic_registry())
     for (const AnalyticOption &o : analytic_options(*a))
       if (o.name == option) return true;
   return false;
@@ -99,9 +99,9 @@ int parse_int(const std::string &v, const std::string &opt, long lo, long hi) {
   return static_cast<int>(n);
 }
 
-std::vector<AnalyticOption> analytic_options(const AnalyticSpec &a) {
+std::vector<AnalyticOption> analytic_options(const AnalyticEntry &a) {
   std::vector<AnalyticOption> out;
-  for (const SettingSpec &s : a.settings) {
+  for (const SettingDef &s : a.settings) {
     std::string help = s.help;
     if (s.type == SettingType::kInteger)
       help += " (" + std::to_string(s.lo) + ".." + std::to_string(s.hi) +
@@ -157,7 +157,7 @@ const std::vector<GeneralOption> &general_options() {
 
 std::vector<CommandInfo> command_list() {
   std::vector<CommandInfo> out;
-  for (const AnalyticSpec *a : analytic_registry()) out.push_back({a->kind, "[INPUT...]", a->summary});
+  for (const AnalyticEntry *a : analytic_registry()) out.push_back({a->kind, "[INPUT...]", a->summary});
   out.push_back({"run", "--config FILE [INPUT...]", "several analytics over each stream, from --config FILE.json"});
   out.push_back({"demo", "", "every analytic on the built-in scene; outputs go to --out DIR (default out)"});
   out.push_back({"info", "[INPUT...]",
@@ -181,7 +181,7 @@ std::string usage_text() {
   t += "\ncommands:\n";
   for (const CommandInfo &c : command_list()) t += item(c.name, c.summary, 16);
   t += "\nanalytic settings (vorn COMMAND --help tells more):\n";
-  for (const AnalyticSpec *a : analytic_registry()) {
+  for (const AnalyticEntry *a : analytic_registry()) {
     std::string line;
     for (const AnalyticOption &o : analytic_options(*a))
       if (o.name != "--model") line += (line.empty() ? "" : " ") + option_with_value(o.name, o.value);
@@ -206,7 +206,7 @@ std::string command_usage(const std::string &command) {
   if (summary.empty()) usage_error("unknown command '" + command + "' (try: vorn help)");
   std::string t = "usage: vorn " + command + " [OPTIONS]" + (args.empty() ? "" : " " + args) + "\n\n";
   t += summary + "\n";
-  if (const AnalyticSpec *a = find_analytic(command)) {
+  if (const AnalyticEntry *a = find_analytic(command)) {
     t += "\nsettings (the built-in scene's layout fills the geometry left out):\n";
     const std::vector<AnalyticOption> options = analytic_options(*a);
     for (const AnalyticOption &o : options) t += item(option_with_value(o.name, o.value), o.help);
@@ -240,8 +240,8 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   }
 
   const std::string cmd = plan.command;
-  const AnalyticSpec *spec = find_analytic(cmd);
-  AnalyticSettings settings = settings_of(spec ? cmd : "");
+  const AnalyticEntry *entry = find_analytic(cmd);
+  AnalyticSettings settings = settings_of(entry ? cmd : "");
   bool analytic_options_given = false;
 
   for (int i = 2; i < argc; ++i) {
@@ -270,11 +270,11 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
     const GeneralOption *general = nullptr;
     for (const GeneralOption &o : general_options())
       if (name == o.name) general = &o;
-    const SettingSpec *setting = nullptr;
-    if (spec)
-      for (const SettingSpec &s : spec->settings)
+    const SettingDef *setting = nullptr;
+    if (entry)
+      for (const SettingDef &s : entry->settings)
         if (s.option() == name) setting = &s;
-    const bool model_option = spec && spec->background_model &&
+    const bool model_option = entry && entry->background_model &&
                               (name == "--bk-type" || name == "--model" || name == "--param");
     if (!general && !setting && !model_option) {
       if (some_analytic_takes(name)) usage_error("option '" + name + "' does not apply to '" + cmd + "'");
@@ -356,7 +356,7 @@ RunPlan parse_command_line(int argc, const char *const *argv) {
   }
   if (!plan.config_path.empty()) load_config(plan.config_path, plan);
   if (cmd == "run" && plan.config_path.empty()) usage_error("run: give the analytics with --config FILE.json");
-  if (spec) {
+  if (entry) {
     if (plan.config_path.empty()) {
       plan.analytics.push_back(settings);
     } else {

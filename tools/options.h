@@ -63,7 +63,7 @@ const std::vector<GeneralOption> &general_options();
 struct AnalyticOption {
   std::string name, value, help;
 };
-std::vector<AnalyticOption> analytic_options(const AnalyticSpec &analytic);
+std::vector<AnalyticOption> analytic_options(const AnalyticEntry &analytic);
 
 // One command: its name, what follows it and what it does.
 struct CommandInfo {

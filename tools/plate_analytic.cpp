@@ -193,7 +193,7 @@ std::unique_ptr<Analytic> create_plate(const AnalyticSettings &settings, const S
 
 }  // namespace
 
-extern const AnalyticSpec plate_analytic = {
+extern const AnalyticEntry plate_analytic = {
     "plate",
     "licence plates read, reported once stable",
     false,

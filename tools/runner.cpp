@@ -307,7 +307,7 @@ int run_plan(RunPlan plan) {
     if (plan.events_path.empty()) plan.events_path = d + "events.jsonl";
     if (plan.annotate_path.empty()) plan.annotate_path = d + "annotated.mp4";
     if (plan.snapshot_path.empty()) plan.snapshot_path = d + "snapshot.png";
-    for (const AnalyticSpec *a : analytic_registry()) {
+    for (const AnalyticEntry *a : analytic_registry()) {
       AnalyticSettings s = settings_of(a->kind);
       // The viewer (`vorn view`) shows the demo's trajectories from this file.
       if (std::string(a->kind) == "trajectories") s.set_text("save", d + "trajectories.vbct");
@@ -348,7 +348,7 @@ int run_plan(RunPlan plan) {
     for (AnalyticSettings &s : t.settings_list) {
       if (t.truth) fill_from_scene(s, *t.truth);
       validate_settings(s, info.width, info.height);
-      for (const SettingSpec &o : s.spec()->settings)
+      for (const SettingDef &o : s.entry()->settings)
         if (o.type == SettingType::kOutput && s.has(o.field)) {
           s.set_text(o.field, stream_path(s.text(o.field), i, n));
           check_output(s.text(o.field), s.name + ": " + o.option());
@@ -521,12 +521,12 @@ int write_scene(const RunPlan &plan) {
 int describe_inputs(const RunPlan &plan) {
   if (plan.inputs.empty()) {
     // What this build can run: one JSON line per analytic.
-    for (const AnalyticSpec *a : analytic_registry()) {
+    for (const AnalyticEntry *a : analytic_registry()) {
       JsonOut line;
       line["analytic"] = a->kind;
       line["summary"] = a->summary;
       line["settings"] = JsonOut::array();
-      for (const SettingSpec &s : a->settings) line["settings"].push_back(s.field);
+      for (const SettingDef &s : a->settings) line["settings"].push_back(s.field);
       line["background_model"] = a->background_model;
       std::fputs((json_line(line) + "\n").c_str(), stdout);
     }

@@ -148,7 +148,7 @@ std::unique_ptr<Analytic> create_track(const AnalyticSettings &settings, const S
 
 }  // namespace
 
-extern const AnalyticSpec track_analytic = {
+extern const AnalyticEntry track_analytic = {
     "track", "moving objects and their tracks", true, false,
     {boxes_every_setting(), region_setting(), mask_setting()},
     create_track,

@@ -138,7 +138,7 @@ std::unique_ptr<Analytic> create_trajectories(const AnalyticSettings &settings, 
 }  // namespace
 
 // 0 stands for the recorder's defaults (400 points, length 10, spacing 10, threshold 10).
-extern const AnalyticSpec trajectories_analytic = {
+extern const AnalyticEntry trajectories_analytic = {
     "trajectories",
     "feature-point trajectories, recorded and optionally saved",
     false,

@@ -8,11 +8,11 @@
 
 namespace vt {
 
-SettingSpec region_setting() {
+SettingDef region_setting() {
   return {"region", SettingType::kPolygon, "X,Y,X,Y,X,Y,...", "only this polygon is watched"};
 }
 
-SettingSpec mask_setting() {
+SettingDef mask_setting() {
   return {"mask", SettingType::kText, "IMAGE", "only the pixels not black in this image (the frame's size) are watched"};
 }
 

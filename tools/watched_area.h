@@ -11,8 +11,8 @@
 namespace vt {
 
 // The two settings, for the entries that take them.
-SettingSpec region_setting();
-SettingSpec mask_setting();
+SettingDef region_setting();
+SettingDef mask_setting();
 
 // Checks that at most one is given and that a region lies inside the frame. Throws a usage error.
 void validate_watched_area(const AnalyticSettings &settings, int width, int height);

@@ -22,11 +22,11 @@ gst-inspect-1.0 vorn >"$work/inspect" 2>&1 || fail "gst-inspect-1.0 vorn"
 for e in vornguard vorncount vorntrack vornleft vornbgsub vornplate; do
   grep -q "$e:" "$work/inspect" || fail "$e not listed"
 done
-for spec in "vornguard line direction half-width bk-type param draw events-location" \
+for row in "vornguard line direction half-width bk-type param draw events-location" \
             "vorncount area0 area1 sensitivity max-frame logic" \
             "vornleft region sensitivity frame-threshold bk-interval learn-frames scenecut" \
             "vornbgsub model param" "vornplate weights stable-frames min-char-height max-char-height"; do
-  set -- $spec
+  set -- $row
   element=$1
   shift
   gst-inspect-1.0 "$element" >"$work/$element" 2>&1

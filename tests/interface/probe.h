@@ -1,10 +1,10 @@
 // The argument prober of the interface sweep: given one export and a set of valid arguments for it, calls it
 // again and again with one argument spoiled at a time and checks the answer.
 //
-//   null      every pointer argument NULL in turn: the expected code (per argument, see Spec::nulls) and every
+//   null      every pointer argument NULL in turn: the expected code (per argument, see Args::nulls) and every
 //             handle output (T **) cleared when the call fails;
 //   hollow    every image, mono-image, matrix or back-projection record with its pixel storage NULL in turn
-//             (same size, so no size check can save the call): VORN_E_NULL unless Spec::hollow says otherwise;
+//             (same size, so no size check can save the call): VORN_E_NULL unless Args::hollow says otherwise;
 //   mismatch  (kSized) every record in turn two columns and two rows larger (wrong for halving exports too):
 //             a failure code, and every record and raw buffer of the call unchanged, to the byte, canaries
 //             included;
@@ -36,7 +36,7 @@
 
 namespace vorn_probe {
 
-// Probe selection flags of a Spec.
+// Probe selection flags of a Args.
 enum : unsigned {
   kSized = 1u << 0,     // records must agree in size: run the mismatch probe
   kFormat = 1u << 1,    // colour images must be of the expected model: run the format probe
@@ -46,9 +46,9 @@ enum : unsigned {
 
 // Per pointer argument, in order, the expected answer when that argument is NULL:
 //   n  VORN_E_NULL (NULL for functions returning a handle)   p  VORN_E_PARAM   0  zero
-//   o  optional argument: any answer                          t  trusted, not probed (Spec::reason says why)
-// A missing character means 'n'. Spec::hollow is the same per record argument for the hollow probe.
-struct Spec {
+//   o  optional argument: any answer                          t  trusted, not probed (Args::reason says why)
+// A missing character means 'n'. Args::hollow is the same per record argument for the hollow probe.
+struct Args {
   const char *nulls = "";
   unsigned flags = 0;
   const char *hollow = "";
@@ -316,24 +316,24 @@ class Prober {
   explicit Prober(std::string name) : name_(std::move(name)) {}
 
   template <class R, class... P, class... A>
-  void call(R (*fn)(P...), const Spec &spec, A... args) {
+  void call(R (*fn)(P...), const Args &rule, A... args) {
     static_assert(sizeof...(P) == sizeof...(A), "one given argument per parameter");
-    if (has_trusted(spec)) {
-      EXPECT_TRUE(spec.reason && *spec.reason) << name_ << ": a trusted argument needs its reason";
+    if (has_trusted(rule)) {
+      EXPECT_TRUE(rule.reason && *rule.reason) << name_ << ": a trusted argument needs its reason";
     }
     std::tuple<A...> base(args...);
-    run_nulls<R>(fn, spec, base, std::index_sequence_for<P...>{});
-    if (spec.flags & kConsumes) return;
-    run_hollow<R>(fn, spec, base, std::index_sequence_for<P...>{});
-    if (spec.flags & kSized) run_spoiled<R, false>(fn, base, "two columns and rows more", std::index_sequence_for<P...>{});
-    if (spec.flags & kFormat) run_spoiled<R, true>(fn, base, "another colour model", std::index_sequence_for<P...>{});
-    if (!(spec.flags & kNoExtreme)) run_extremes<R>(fn, base, std::index_sequence_for<P...>{});
+    run_nulls<R>(fn, rule, base, std::index_sequence_for<P...>{});
+    if (rule.flags & kConsumes) return;
+    run_hollow<R>(fn, rule, base, std::index_sequence_for<P...>{});
+    if (rule.flags & kSized) run_spoiled<R, false>(fn, base, "two columns and rows more", std::index_sequence_for<P...>{});
+    if (rule.flags & kFormat) run_spoiled<R, true>(fn, base, "another colour model", std::index_sequence_for<P...>{});
+    if (!(rule.flags & kNoExtreme)) run_extremes<R>(fn, base, std::index_sequence_for<P...>{});
   }
 
   int calls() const { return calls_; }
 
  private:
-  static bool has_trusted(const Spec &s) { return strchr(s.nulls, 't') || strchr(s.hollow, 't'); }
+  static bool has_trusted(const Args &s) { return strchr(s.nulls, 't') || strchr(s.hollow, 't'); }
 
   static char expect_at(const char *s, int k) {
     const size_t n = strlen(s);
@@ -405,13 +405,13 @@ class Prober {
   }
 
   template <class R, class F, class Tup, size_t... I>
-  void run_nulls(F fn, const Spec &spec, Tup &base, std::index_sequence<I...> seq) {
+  void run_nulls(F fn, const Args &rule, Tup &base, std::index_sequence<I...> seq) {
     int k = 0;
     auto one = [&](auto ic) {
       constexpr size_t J = decltype(ic)::value;
       using P = ParamAt<F, J>;
       if constexpr (std::is_pointer_v<P>) {
-        const char e = expect_at(spec.nulls, k++);
+        const char e = expect_at(rule.nulls, k++);
         if (e == 't') return;
         detail::Copies c;
         Tup t = copied(base, c, -1, -1, -1, seq);
@@ -465,13 +465,13 @@ class Prober {
   }
 
   template <class R, class F, class Tup, size_t... I>
-  void run_hollow(F fn, const Spec &spec, Tup &base, std::index_sequence<I...> seq) {
+  void run_hollow(F fn, const Args &rule, Tup &base, std::index_sequence<I...> seq) {
     int k = 0;
     auto one = [&](auto ic) {
       constexpr size_t J = decltype(ic)::value;
       using A = std::tuple_element_t<J, Tup>;
       if constexpr (detail::Arg<A>::is_record) {
-        const char e = expect_at(spec.hollow, k++);
+        const char e = expect_at(rule.hollow, k++);
         if (e == 't' || !std::get<J>(base)) return;
         detail::Copies c;
         Tup t = copied(base, c, -1, (int)J, -1, seq);

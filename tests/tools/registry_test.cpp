@@ -17,7 +17,7 @@ struct Sample {
   std::string option_value, json;
 };
 
-Sample sample_of(const vt::SettingSpec &s) {
+Sample sample_of(const vt::SettingDef &s) {
   switch (s.type) {
     case vt::SettingType::kInteger: {
       const std::string v = std::to_string(s.hi > s.lo ? s.lo + 1 : s.lo);
@@ -61,9 +61,9 @@ void expect_same(const vt::SettingValue &a, const vt::SettingValue &b, const std
 
 TEST(Registry, EverySettingReadsTheSameFromOptionsAndConfiguration) {
   ASSERT_FALSE(vt::analytic_registry().empty());
-  for (const vt::AnalyticSpec *a : vt::analytic_registry()) {
+  for (const vt::AnalyticEntry *a : vt::analytic_registry()) {
     EXPECT_EQ(vt::find_analytic(a->kind), a);
-    for (const vt::SettingSpec &s : a->settings) {
+    for (const vt::SettingDef &s : a->settings) {
       const std::string what = std::string(a->kind) + "." + s.field;
       const Sample v = sample_of(s);
       std::vector<std::string> args = {a->kind, s.option()};
@@ -121,17 +121,17 @@ TEST(Registry, HelpAndInfoListEveryEntry) {
   };
   for (const vt::GeneralOption &o : vt::general_options()) EXPECT_TRUE(in_man(o.name)) << o.name;
   std::vector<std::string> kinds;
-  for (const vt::AnalyticSpec *a : vt::analytic_registry()) {
+  for (const vt::AnalyticEntry *a : vt::analytic_registry()) {
     kinds.push_back(a->kind);
     EXPECT_NE(man.find(".SS " + std::string(a->kind) + "\n"), std::string::npos) << a->kind;
-    for (const vt::SettingSpec &s : a->settings) EXPECT_TRUE(in_man(s.option())) << s.option();
+    for (const vt::SettingDef &s : a->settings) EXPECT_TRUE(in_man(s.option())) << s.option();
     EXPECT_NE(all.find("\n  " + std::string(a->kind) + " "), std::string::npos) << a->kind;
     // `vorn KIND --help` (or -h) prints the command's usage with every setting, and succeeds.
     for (const char *flag : {a == vt::analytic_registry()[0] ? "-h" : "--help"}) {
       tool_test::Run r = tool_test::run_tool(std::string(a->kind) + " " + flag);
       EXPECT_EQ(r.status, 0) << a->kind;
       EXPECT_EQ(r.out.rfind("usage: vorn " + std::string(a->kind) + " ", 0), 0u) << r.out;
-      for (const vt::SettingSpec &s : a->settings) EXPECT_NE(r.out.find(s.option()), std::string::npos) << s.field;
+      for (const vt::SettingDef &s : a->settings) EXPECT_NE(r.out.find(s.option()), std::string::npos) << s.field;
       EXPECT_EQ(r.out.find("--bk-type") != std::string::npos, a->background_model) << a->kind;
     }
   }
