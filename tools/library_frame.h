@@ -45,15 +45,9 @@ struct LibraryDeleter {
 template <typename T, auto Destroy>
 using LibraryPtr = std::unique_ptr<T, LibraryDeleter<T, Destroy>>;
 
-inline std::string result_hex(vorn_result r) {
-  char b[16];
-  std::snprintf(b, sizeof b, "0x%08X", static_cast<unsigned>(r));
-  return b;
-}
-
-// Throws a runtime error "<who>: <what> failed (0x1000000N)".
+// Throws a runtime error "<who>: <what> failed: <the code's sentence> (<its name>)".
 [[noreturn]] inline void library_failed(const std::string &who, const std::string &what, vorn_result r) {
-  runtime_error(who + ": " + what + " failed (" + result_hex(r) + ")");
+  runtime_error(who + ": " + what + " failed: " + vorn_result_message(r) + " (" + vorn_result_name(r) + ")");
 }
 
 // Creates a library object through its family's create function, or throws "<who>: creating <what> failed (..)".

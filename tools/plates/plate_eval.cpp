@@ -49,7 +49,7 @@ int main(int argc, char **argv) {
   vorn_plate *reader = nullptr;
   const vorn_result cr = vorn_plate_create(&p, &reader);
   if (cr != VORN_OK) {
-    fprintf(stderr, "cannot create the reader: 0x%08x\n", cr);
+    fprintf(stderr, "cannot create the reader: %s (%s)\n", vorn_result_message(cr), vorn_result_name(cr));
     return 1;
   }
   int located = 0, plates_right = 0, chars_right = 0;
